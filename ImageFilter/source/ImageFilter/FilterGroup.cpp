@@ -1,0 +1,56 @@
+// Group records by name and time: one row per group says which function fills its entries.
+
+#include <NorixEngine/FEParams.h>
+
+#include <cstring>
+
+#include "GroupEffect/GroupEntries.h"
+#include "GroupEffect/MirrorScaleBlur.h"
+
+namespace {
+
+struct GroupRow {
+  const char* name;
+  void (*fill)(int time, FilterGroupParam* group);
+};
+
+constexpr GroupRow kGroupRows[] = {
+    {"Mirror Scale Blur", MirrorScaleBlur},
+};
+
+void FillEntries(const char* name, int time, FilterGroupParam* group) {
+  for (const GroupRow& row : kGroupRows) {
+    if (std::strcmp(name, row.name) == 0) return row.fill(time, group);
+  }
+  group->count = 0;
+}
+
+}  // namespace
+
+void GetFilterGroupParam(const char* name, int time, FilterGroupParam** group) {
+  if (!group) return;
+  if (!name) {
+    *group = new FilterGroupParam{nullptr, 0, nullptr};
+    return;
+  }
+  if (*group && (*group)->name && std::strcmp((*group)->name, name) != 0) {
+    ReleaseFilterGroupParam(*group);
+    *group = nullptr;
+  }
+  if (!*group) *group = new FilterGroupParam{nullptr, 0, nullptr};
+  if (!(*group)->name) (*group)->name = norix::CopyName(name);
+  FillEntries(name, time, *group);
+}
+
+void ReleaseFilterGroupParam(FilterGroupParam* group) {
+  if (!group) return;
+  if (group->entries) {
+    for (int k = 0; k < group->count; ++k) {
+      delete[] group->entries[k].name;
+      if (group->entries[k].params) group->entries[k].params->Release();
+    }
+    delete[] group->entries;
+  }
+  delete[] group->name;
+  delete group;
+}
