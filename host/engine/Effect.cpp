@@ -1,0 +1,63 @@
+#include "engine/Effect.h"
+
+#include "Failure.h"
+#include "engine/Catalogue.h"
+#include "media/Av.h"
+
+namespace norix::host {
+
+bool EngineSharesPixelFormats() { return filter_check_format("Swirl", -1) == AV_PIX_FMT_BGRA; }
+
+std::vector<std::string> EffectNames() {
+  std::vector<std::string> names;
+  for (const char** name = NorixGetInfo(); *name; ++name) names.emplace_back(*name);
+  return names;
+}
+
+bool Renders(const std::string& effect) {
+  // Only the answer counts: an empty picture leaves the effect nothing to do.
+  const FramePtr destination = NewFrame();
+  const FramePtr source = NewFrame();
+  return filter_video_frame(destination.get(), source.get(), effect.c_str(), nullptr, 0, 0, 0) == 0;
+}
+
+AVPixelFormat NegotiateFormat(const std::string& effect, AVPixelFormat proposed) {
+  const int answer = filter_check_format(effect.c_str(), proposed);
+  if (answer < 0) FailUsage("the engine does not know the effect \"{}\"", effect);
+  return static_cast<AVPixelFormat>(answer);
+}
+
+std::vector<std::string> GroupEffects(const std::string& group) {
+  FilterGroupParam* record = nullptr;
+  GetFilterGroupParam(group.c_str(), kHighestLevel / 2, &record);
+  const std::unique_ptr<FilterGroupParam, void (*)(FilterGroupParam*)> owner(record, ReleaseFilterGroupParam);
+  std::vector<std::string> effects;
+  for (int k = 0; k < record->count; ++k) {
+    if (record->entries[k].name) effects.emplace_back(record->entries[k].name);
+  }
+  return effects;
+}
+
+Effect::Effect(std::string name, std::vector<FieldValue> fields) : name_(std::move(name)), fields_(std::move(fields)) {
+  setLevel(kLowestLevel);
+}
+
+Effect::Effect(const Effect& other)
+    : name_(other.name_), fields_(other.fields_), params_(CloneParamBuffer(other.params_.get())) {}
+
+void Effect::setLevel(int level) {
+  // The call takes over the reference to the old object and hands out one to the new, which may be the same.
+  FilterParams* params = params_.release();
+  int size = 0;
+  GetParamBuffer(name_.c_str(), level, &params, &size);
+  params_.reset(params);
+  for (const FieldValue& set : fields_) FieldOf(*params_, name_, set.field) = set.value;
+}
+
+void Effect::render(AVFrame& destination, AVFrame& source, Rows rows) const {
+  if (filter_video_frame(&destination, &source, name_.c_str(), params_.get(), 0, rows.first, rows.count) != 0) {
+    Fail("the engine does not render the effect \"{}\"", name_);
+  }
+}
+
+}  // namespace norix::host

@@ -1,0 +1,69 @@
+// norix: renders video with NorixEngine's effects.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <new>
+#include <string>
+
+#include "Failure.h"
+#include "Interrupt.h"
+#include "cli/ListCommand.h"
+#include "cli/RenderCommand.h"
+#include "media/Av.h"
+
+namespace norix::host {
+
+namespace {
+
+int Run(int argc, char** argv) {
+  CLI::App app("Renders video with NorixEngine's effects.", "norix");
+  app.set_version_flag("--version", "norix " NORIX_VERSION);
+  app.require_subcommand(1);
+  app.footer(
+      "`norix COMMAND --help` tells more, with examples.\nExit codes: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+  app.fallthrough();
+  app.failure_message([](const CLI::App* command, const CLI::Error& error) {
+    // The command that was meant, if one was named, has the help that helps.
+    const auto named = command->get_subcommands();
+    const std::string help = named.empty() ? "norix" : "norix " + named.front()->get_name();
+    return "norix: error: " + std::string(error.what()) + "; see `" + help + " --help`\n";
+  });
+  bool verbose = false;
+  app.add_flag("--verbose", verbose, "Show FFmpeg's own messages on stderr");
+  std::function<int()> run;
+  AddListCommand(app, run);
+  AddRenderCommand(app, run);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kDone : kUsage;
+  }
+  SetAvMessages(verbose);
+  return run();
+}
+
+}  // namespace
+
+}  // namespace norix::host
+
+int main(int argc, char** argv) {
+  using namespace norix::host;
+  CatchInterrupts();
+  const auto report = [](const char* message) { std::fprintf(stderr, "norix: error: %s\n", message); };
+  try {
+    const int code = Run(argc, argv);
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
+    report("cannot write to standard output");
+  } catch (const Failure& failure) {
+    // Whatever an interrupted call reports, the interrupt is the reason.
+    report(Interrupted() ? "interrupted; nothing was written" : failure.what());
+    return Interrupted() ? kInterrupted : failure.code();
+  } catch (const std::bad_alloc&) {
+    report("out of memory");
+  } catch (const std::exception& error) {
+    report(error.what());
+  }
+  return kFailed;
+}

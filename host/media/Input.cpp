@@ -1,0 +1,192 @@
+#include "media/Input.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "Failure.h"
+#include "Interrupt.h"
+
+namespace norix::host {
+
+namespace {
+
+// Packets of other streams are handed out at the latest when so many wait for a picture.
+constexpr std::size_t kMostWaiting = 64;
+
+// Cover art is a video stream with one picture; it is not the clip.
+bool IsVideo(const AVStream& stream) {
+  return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
+
+AVFormatContext* OpenFormat(const std::string& url) {
+  AVFormatContext* format = OrBadAlloc(avformat_alloc_context());
+  format->interrupt_callback = {[](void* /*context*/) { return Interrupted() ? 1 : 0; }, nullptr};
+  std::error_code ignored;
+  if (std::filesystem::is_directory(url, ignored)) {
+    avformat_free_context(format);
+    Fail("cannot read '{}': it is a folder; name a video file", url);
+  }
+  // On failure the context is freed and set to null.
+  if (const int code = avformat_open_input(&format, url.c_str(), nullptr, nullptr); code < 0) {
+    if (code == AVERROR_INVALIDDATA)
+      Fail("cannot read '{}': not a video file that FFmpeg knows, or cut off at its start", url);
+    Fail("cannot read '{}': {}", url, ErrorText(code));
+  }
+  return format;
+}
+
+unsigned FindVideo(AVFormatContext& format, const std::string& url) {
+  // Of several, the best by libav's own rules, cover art aside.
+  for (unsigned i = 0; i < format.nb_streams; ++i) {
+    if (!IsVideo(*format.streams[i])) format.streams[i]->discard = AVDISCARD_ALL;
+  }
+  const int best = av_find_best_stream(&format, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  for (unsigned i = 0; i < format.nb_streams; ++i) format.streams[i]->discard = AVDISCARD_DEFAULT;
+  if (best >= 0 && IsVideo(*format.streams[best])) return static_cast<unsigned>(best);
+  for (unsigned i = 0; i < format.nb_streams; ++i) {
+    if (IsVideo(*format.streams[i])) return i;
+  }
+  Fail("'{}' has no video stream", url);
+}
+
+}  // namespace
+
+Input::Input(const std::string& url) : url_(url), format_(OpenFormat(url)) {
+  if (const int code = avformat_find_stream_info(format_.get(), nullptr); code < 0) {
+    Fail("cannot read '{}': {}", url, ErrorText(code));
+  }
+  video_ = FindVideo(*format_, url);
+  openDecoder();
+}
+
+void Input::openDecoder() {
+  const AVCodecParameters& parameters = *video().codecpar;
+  const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
+  if (!codec) Fail("'{}': this FFmpeg has no decoder for {}", url_, avcodec_get_name(parameters.codec_id));
+  decoder_.reset(OrBadAlloc(avcodec_alloc_context3(codec)));
+  if (const int code = avcodec_parameters_to_context(decoder_.get(), &parameters); code < 0) {
+    Fail("'{}': {}", url_, ErrorText(code));
+  }
+  decoder_->pkt_timebase = video().time_base;
+  decoder_->thread_count = 0;  // as libav sees fit
+  if (const int code = avcodec_open2(decoder_.get(), codec, nullptr); code < 0) {
+    Fail("'{}': cannot decode its {} video: {}", url_, codec->name, ErrorText(code));
+  }
+}
+
+AVRational Input::frameRate() const {
+  const AVRational rate = av_guess_frame_rate(format_.get(), &video(), nullptr);
+  return rate.num > 0 && rate.den > 0 ? rate : AVRational{25, 1};
+}
+
+std::optional<Reading> Input::read() {
+  while (true) {
+    FramePtr frame = receiveFrame();
+    if (frame || waiting_.size() >= kMostWaiting || (drained_ && !waiting_.empty())) {
+      return Reading{std::move(frame), std::exchange(waiting_, {})};
+    }
+    if (drained_) return std::nullopt;
+    // The end of the file is told to the decoder by a null packet; it then hands out what it still holds.
+    if (!readPacket()) avcodec_send_packet(decoder_.get(), nullptr);
+  }
+}
+
+/// Reads one packet and passes it on; false at the end of the input.
+bool Input::readPacket() {
+  const int code = av_read_frame(format_.get(), packet_.get());
+  if (code < 0) {
+    if (code != AVERROR_EOF && !Interrupted()) noteDamage(ErrorText(code));
+    if (format_->pb && format_->pb->error < 0 && format_->pb->error != AVERROR_EOF && !Interrupted()) {
+      noteDamage(ErrorText(format_->pb->error));
+    }
+    if (!Interrupted()) checkLength();
+    return false;
+  }
+  noteEnd(*packet_);
+  if ((packet_->flags & AV_PKT_FLAG_CORRUPT) != 0) noteDamage("a packet is cut off or damaged");
+  if (packet_->stream_index != static_cast<int>(video_)) {
+    waiting_.push_back(NewPacket());
+    av_packet_move_ref(waiting_.back().get(), packet_.get());
+    return true;
+  }
+  const int sent = avcodec_send_packet(decoder_.get(), packet_.get());
+  av_packet_unref(packet_.get());
+  if (sent < 0) noteDamage("a picture cannot be decoded");
+  return true;
+}
+
+FramePtr Input::receiveFrame() {
+  FramePtr frame = NewFrame();
+  const int code = avcodec_receive_frame(decoder_.get(), frame.get());
+  if (code == AVERROR(EAGAIN)) return nullptr;
+  if (code == AVERROR_EOF) {
+    drained_ = true;
+    return nullptr;
+  }
+  if (code < 0) {
+    noteDamage("a picture cannot be decoded");
+    return nullptr;
+  }
+  if (frame->decode_error_flags != 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
+    noteDamage("a picture is damaged");
+  }
+  finishTimes(*frame);
+  return frame;
+}
+
+/// Gives every frame a time after the one before, and a duration.
+void Input::finishTimes(AVFrame& frame) {
+  const std::int64_t regular = std::max<std::int64_t>(1, av_rescale_q(1, av_inv_q(frameRate()), video().time_base));
+  if (frame.pkt_duration <= 0) frame.pkt_duration = regular;
+  frame.pts = frame.best_effort_timestamp;
+  if (frame.pts == AV_NOPTS_VALUE) frame.pts = lastTime_ == AV_NOPTS_VALUE ? 0 : lastTime_ + regular;
+  if (lastTime_ != AV_NOPTS_VALUE && frame.pts <= lastTime_) frame.pts = lastTime_ + 1;
+  lastTime_ = frame.pts;
+}
+
+void Input::noteDamage(const std::string& what) {
+  if (damage_.empty()) damage_ = what;
+}
+
+/// Where in time a packet ends, at the latest so far.
+void Input::noteEnd(const AVPacket& packet) {
+  const std::int64_t begin = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+  if (begin == AV_NOPTS_VALUE) return;
+  const AVRational timeBase = format_->streams[packet.stream_index]->time_base;
+  end_ = std::max(end_, av_rescale_q(begin + packet.duration, timeBase, AV_TIME_BASE_Q));
+}
+
+/// Some containers end without a word where a file was cut off; then only the length they promise tells.
+void Input::checkLength() {
+  constexpr std::int64_t kTolerance = AV_TIME_BASE / 2;
+  if (format_->duration_estimation_method != AVFMT_DURATION_FROM_STREAM || format_->duration <= 0) return;
+  const std::int64_t start = format_->start_time == AV_NOPTS_VALUE ? 0 : format_->start_time;
+  const std::int64_t length = end_ - start;
+  if (length + kTolerance >= format_->duration) return;
+  const auto seconds = [](std::int64_t time) { return static_cast<double>(time) / AV_TIME_BASE; };
+  noteDamage(fmt::format("it ends after {:.1f} of {:.1f} seconds", seconds(length), seconds(format_->duration)));
+}
+
+std::optional<ClipScan> ScanClip(const std::string& url) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(url, error)) return std::nullopt;
+  Input input(url);
+  const AVRational timeBase = input.video().time_base;
+  const AVRational frameTime = av_inv_q(input.frameRate());
+  ClipScan scan = {.frames = 0, .constantRate = true};
+  const PacketPtr packet = NewPacket();
+  while (!Interrupted() && av_read_frame(&input.format(), packet.get()) >= 0) {
+    // Packets that only help to decode others have no picture of their own.
+    if (packet->stream_index == input.video().index && (packet->flags & AV_PKT_FLAG_DISCARD) == 0) {
+      ++scan.frames;
+      const std::int64_t frame = av_rescale_q(packet->pts, timeBase, frameTime);
+      if (packet->pts == AV_NOPTS_VALUE || av_rescale_q(frame, frameTime, timeBase) != packet->pts)
+        scan.constantRate = false;
+    }
+    av_packet_unref(packet.get());
+  }
+  return scan;
+}
+
+}  // namespace norix::host

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Failure.h"
+#include "Progress.h"
+#include "media/Output.h"
+#include "render/Chain.h"
+
+namespace norix::host {
+
+/// All that `norix render` is told.
+struct RenderRequest {
+  std::string input;
+  OutputWishes output;
+  std::vector<EffectRequest> effects;
+  std::string format;  ///< pixel format to propose; empty: the clip's own family
+  int threads = 1;
+  int bands = 1;
+  std::int64_t startFrame = 0;
+  std::optional<std::int64_t> frames;
+  unsigned seed = 1;
+  ProgressStyle progress = ProgressStyle::kAutomatic;
+};
+
+/// Renders a clip to a file and says so on stdout. Throws Failure.
+ExitCode Render(const RenderRequest& request);
+
+}  // namespace norix::host
