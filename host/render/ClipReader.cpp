@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 #include "Failure.h"
@@ -20,7 +21,8 @@ std::int64_t TimeOf(const AVPacket& packet) { return packet.pts != AV_NOPTS_VALU
 
 ClipReader::ClipReader(Input& input, std::int64_t firstFrame, std::optional<std::int64_t> frameCount)
     : input_(input), firstFrame_(firstFrame), passedEnd_(input.format().nb_streams, false) {
-  if (frameCount) endFrame_ = firstFrame + *frameCount;
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  if (frameCount && *frameCount <= kMost - firstFrame) endFrame_ = firstFrame + *frameCount;
   std::vector<PacketPtr> packets;
   while (true) {
     std::optional<Reading> reading = input_.read();

@@ -19,6 +19,7 @@ std::int64_t RunPipeline(ClipReader& reader, const Chain& chain, Output& output,
   const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
   tbb::task_arena arena(threads);
   tbb::enumerable_thread_specific<Chain> chains(chain);
+  const PictureShape wanted = output.shape();
   std::int64_t written = 0;
 
   const auto read = [&](tbb::flow_control& flow) -> Job {
@@ -28,7 +29,7 @@ std::int64_t RunPipeline(ClipReader& reader, const Chain& chain, Output& output,
     return nullptr;
   };
   const auto render = [&](const Job& job) {
-    if (job->frame) job->frame = chains.local().apply(std::move(job->frame), job->index, output.shape());
+    if (job->frame) job->frame = chains.local().apply(std::move(job->frame), job->index, wanted);
     return job;
   };
   const auto write = [&](const Job& job) {
