@@ -156,7 +156,8 @@ NORIX_API int filter_video_frame(struct AVFrame* dst, struct AVFrame* src, const
  *
  * An object that carries the same name is updated in place: only what the level controls changes. Any other object in
  * `*params` is released and replaced. "Tile Scale" objects carry no name and are replaced by every call.
- * "Comicbook", "Stretch" and unknown names have no object: `*params` becomes null and `*size` keeps its value.
+ * "Comicbook", "Stretch" and unknown names have no object: another effect's in `*params` is released, `*params` becomes null
+ * and `*size` keeps its value.
  *
  * @param name    display name, compared exactly; null: nothing happens
  * @param level   0 (weakest) to 10000 (strongest); not clamped, except that "Tile Scale" keeps its scale in 0.05 to 1

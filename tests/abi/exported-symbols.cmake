@@ -1,0 +1,51 @@
+# Compares the names that a library exports with the checked-in list.
+#   cmake -DNM=... -DLIBRARY=... -DEXPECTED=... [-DSANITIZE=...] [-DUPDATE=ON] -P exported-symbols.cmake
+
+execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n]+" lines "${output}")
+set(actual "")
+foreach(line IN LISTS lines)
+  if(NOT line MATCHES "^([^ @]+)(@*[^ ]*) ([A-Za-z])( |$)")
+    message(FATAL_ERROR "Cannot read this line of nm: ${line}")
+  endif()
+  set(name ${CMAKE_MATCH_1})
+  # The version node itself is listed as an absolute symbol; what it says is in the names' suffixes.
+  if(CMAKE_MATCH_3 STREQUAL "A" AND name MATCHES "^NORIX_[0-9]+$")
+    continue()
+  endif()
+  # Instrumented builds may add names of their own.
+  if(SANITIZE AND name MATCHES "^(__asan_|__odr_asan|__ubsan_|__tsan_|__sancov_|__start_asan|__stop_asan)")
+    continue()
+  endif()
+  list(APPEND actual ${name})
+endforeach()
+list(REMOVE_DUPLICATES actual)
+list(SORT actual)
+
+if(UPDATE)
+  list(JOIN actual "\n" content)
+  file(WRITE ${EXPECTED} "${content}\n")
+  return()
+endif()
+
+file(STRINGS ${EXPECTED} expected)
+set(missing ${expected})
+list(REMOVE_ITEM missing ${actual})
+set(added ${actual})
+list(REMOVE_ITEM added ${expected})
+if(NOT actual)
+  message(FATAL_ERROR "${LIBRARY} exports nothing.")
+endif()
+if(missing OR added)
+  set(difference "")
+  foreach(name IN LISTS missing)
+    string(APPEND difference "  - ${name}\n")
+  endforeach()
+  foreach(name IN LISTS added)
+    string(APPEND difference "  + ${name}\n")
+  endforeach()
+  message("The library exports other names than tests/abi/exported-symbols.txt lists:\n${difference}"
+          "A name that is gone breaks hosts; a name that is new must be kept for ever. If the change is meant, write the list anew:\n"
+          "  cmake -DUPDATE=ON -DNM=${NM} -DLIBRARY=${LIBRARY} -DEXPECTED=${EXPECTED} -P ${CMAKE_CURRENT_LIST_FILE}")
+  message(FATAL_ERROR "exported names differ")
+endif()
