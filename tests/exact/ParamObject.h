@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace norix::test {
@@ -53,10 +54,12 @@ public:
 
   void SetField(std::size_t index, double value) { std::memcpy(Address(index), &value, sizeof value); }
 
-  /** References, name and fields, to the bit. */
+  /** References, name and fields, to the bit; of Ripple's tables their counts and keys. */
   bool SameAs(const ParamObject& other) const {
     if (object_ == nullptr || other.object_ == nullptr) return object_ == other.object_;
     if (object_->refCount != other.object_->refCount || object_->name != other.object_->name) return false;
+    if (const RippleParams* const ripple = AsRipple(); ripple != nullptr && !SameKeys(*ripple, *other.AsRipple()))
+      return false;
     return FieldCount() == other.FieldCount() &&
            std::memcmp(Address(0), other.Address(0), FieldCount() * sizeof(double)) == 0;
   }
@@ -68,6 +71,18 @@ private:
   struct Release {
     void operator()(FilterParams* object) const { ReleaseParamBuffer(object); }
   };
+
+  const RippleParams* AsRipple() const {
+    return name_ == "Ripple" ? static_cast<const RippleParams*>(object_.get()) : nullptr;
+  }
+
+  static bool SameKeys(const RippleParams& a, const RippleParams& b) {
+    if (a.tables != &a.ownTables || b.tables != &b.ownTables) return false;
+    const auto keys = [](const RippleTables& tables) {
+      return std::tuple(tables.offsetCount, tables.weightCount, tables.tableDamping, tables.tableAmplitude);
+    };
+    return keys(a.ownTables) == keys(b.ownTables);
+  }
 
   std::byte* Address(std::size_t index) const {
     return reinterpret_cast<std::byte*>(object_.get()) + kFieldsBegin + index * sizeof(double);

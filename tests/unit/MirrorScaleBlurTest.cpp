@@ -1,6 +1,6 @@
 // The group function by itself, without the entry point's care for the record.
 
-#include "GroupEffect/MirrorScaleBlur.h"
+#include "GroupEffect/Groups.h"
 
 #include <NorixEngine/FEParams.h>
 #include <gtest/gtest.h>

@@ -91,7 +91,7 @@ struct NORIX_API BulgeParams final : FilterParams {
   double centerX = 0.5;
   double centerY = 0.5;
   double radius = 0.5;   /**< where the effect ends; below 1e-5 copies */
-  double strength = 0.5; /**< 0 to 1 from the level; below 1e-5 copies; above 1 mirrors the middle */
+  double strength = 0.5; /**< 0 to 1 from the level; below 1e-5 copies; above 1 the very middle shrinks again */
 
   BulgeParams();
   ~BulgeParams() override;

@@ -123,8 +123,9 @@ NORIX_API const char** NorixGetInfo(void);
  * @param proposedFormat  AVPixelFormat code of the pictures at hand; any value
  * @return the AVPixelFormat code to convert pictures to; -1 for an unknown name
  *
- * For "Sketch", and for "Focus Color" when AV_PIX_FMT_BGRA is proposed, the call fills the shared gray tables, once; no
- * picture of these effects may be in work on another thread during that first call. Otherwise any thread.
+ * For "Sketch", and for "Focus Color" when AV_PIX_FMT_BGRA itself is proposed, the call fills the shared gray tables, once;
+ * no picture of these effects may be in work on another thread during that first call. Until then gray is 0: when another
+ * proposal to "Focus Color" has been answered with AV_PIX_FMT_BGRA, propose that as well. Otherwise any thread.
  */
 NORIX_API int filter_check_format(const char* name, int proposedFormat);
 
@@ -156,8 +157,8 @@ NORIX_API int filter_video_frame(struct AVFrame* dst, struct AVFrame* src, const
  *
  * An object that carries the same name is updated in place: only what the level controls changes. Any other object in
  * `*params` is released and replaced. "Tile Scale" objects carry no name and are replaced by every call.
- * "Comicbook", "Stretch" and unknown names have no object: another effect's in `*params` is released, `*params` becomes null
- * and `*size` keeps its value.
+ * "Comicbook", "Stretch" and unknown names have no object: another effect's in `*params` is released, `*params` becomes
+ * null and `*size` keeps its value.
  *
  * @param name    display name, compared exactly; null: nothing happens
  * @param level   0 (weakest) to 10000 (strongest); not clamped, except that "Tile Scale" keeps its scale in 0.05 to 1

@@ -1,12 +1,28 @@
 #pragma once
 
-#include <NorixEngine/NorixEngine.h>
+#include <NorixEngine/FEParams.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace norix {
+
+/// An entry before anything is known about it.
+inline constexpr FilterGroupEntry kFreshEntry = {.name = nullptr,
+                                                 .params = nullptr,
+                                                 .size = 0,
+                                                 .reserved = 0,
+                                                 .scaleX = 100,
+                                                 .scaleY = 100,
+                                                 .extraPercent = 100,
+                                                 .extraFlag = 0,
+                                                 .progress = 0.0,
+                                                 .extraValue = 0,
+                                                 .extraPercentX = 100,
+                                                 .extraPercentY = 100};
 
 /// A private copy of a name, to be freed with delete[].
 inline char* CopyName(const char* name) {
@@ -16,31 +32,47 @@ inline char* CopyName(const char* name) {
   return copy;
 }
 
+/// How many entries a record has room for, whatever its `count` says: groups have two or three, the last of them a blur.
+inline std::int32_t EntriesHeld(const FilterGroupParam& group) {
+  if (!group.entries) return 0;
+  const char* second = group.entries[1].name;
+  return second && (std::strcmp(second, "Motion Blur") == 0 || std::strcmp(second, "Zoom Blur") == 0) ? 2 : 3;
+}
+
 /// Gives a record `Count` entries in their initial state if it has none yet, and every unnamed entry its sub-effect's name.
-/// A null in `names` stands for an entry without an effect.
+/// A null in `names` stands for an entry without an effect. A record may hold another group's entries, which are kept.
 template <std::size_t Count>
 void PrepareEntries(FilterGroupParam& group, const std::array<const char*, Count>& names) {
-  constexpr FilterGroupEntry kInitial = {.name = nullptr,
-                                         .params = nullptr,
-                                         .size = 0,
-                                         .reserved = 0,
-                                         .scaleX = 100,
-                                         .scaleY = 100,
-                                         .extraPercent = 100,
-                                         .extraFlag = 0,
-                                         .progress = 0.0,
-                                         .extraValue = 0,
-                                         .extraPercentX = 100,
-                                         .extraPercentY = 100};
-  if (!group.entries) {
-    group.count = 0;  // nothing to free should the allocation fail
-    group.entries = new FilterGroupEntry[Count];
-    for (std::size_t k = 0; k < Count; ++k) group.entries[k] = kInitial;
+  static_assert(Count == 2 || Count == 3);
+  const std::int32_t held = EntriesHeld(group);
+  if (held < static_cast<std::int32_t>(Count)) {
+    if (!group.entries) group.count = 0;  // nothing to free should the allocation fail
+    auto* entries = new FilterGroupEntry[Count];
+    std::copy_n(group.entries, held, entries);
+    std::fill(entries + held, entries + Count, kFreshEntry);
+    delete[] group.entries;
+    group.entries = entries;
   }
   group.count = static_cast<std::int32_t>(Count);
   for (std::size_t k = 0; k < Count; ++k) {
     if (!group.entries[k].name && names[k]) group.entries[k].name = CopyName(names[k]);
   }
+}
+
+/// An entry's parameter object, made with its defaults if there is none. An object of another group's is taken as it is, by
+/// its bytes, as long as it has enough of them.
+template <class Params>
+__attribute__((no_sanitize("vptr"))) Params& ParamsOf(FilterGroupEntry& entry) {
+  constexpr auto kSize = static_cast<std::int32_t>(sizeof(Params));
+  if (entry.params && entry.size < kSize) {
+    entry.params->Release();
+    entry.params = nullptr;
+  }
+  if (!entry.params) {
+    entry.params = new Params;
+    entry.size = kSize;
+  }
+  return static_cast<Params&>(*entry.params);
 }
 
 }  // namespace norix

@@ -3,7 +3,7 @@
 // Entry 0 "Swirl" and entry 2 "Zoom Blur" take the time as their level. Entry 1 has no effect: it asks the host to enlarge
 // the picture, from 100 to 200 percent.
 
-#include "GroupEffect/MirrorScaleBlur.h"
+#include "GroupEffect/Groups.h"
 
 #include <initializer_list>
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "GroupEffect/GroupEntries.h"
-#include "GroupEffect/MirrorScaleBlur.h"
+#include "GroupEffect/Groups.h"
 
 namespace {
 
@@ -15,7 +15,10 @@ struct GroupRow {
 };
 
 constexpr GroupRow kGroupRows[] = {
-    {"Mirror Scale Blur", MirrorScaleBlur},
+    {"Mirror Scale Blur", MirrorScaleBlur}, {"Flip Roll Up", FlipRollUp},           {"Flip Roll Down", FlipRollDown},
+    {"Flip Roll Left", FlipRollLeft},       {"Flip Roll Right", FlipRollRight},     {"Blurry Roll Down", BlurryRollDown},
+    {"Blurry Roll Left", BlurryRollLeft},   {"Blurry Cross Right Up", BlurryCross}, {"Tile Zoom Blur", TileZoomBlur},
+    {"Tile Zoom Blur 1", TileZoomBlur1},
 };
 
 void FillEntries(const char* name, int time, FilterGroupParam* group) {

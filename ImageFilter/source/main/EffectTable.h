@@ -25,22 +25,22 @@ void Render(AVFrame* dst, AVFrame* src, FilterParams* params, int firstRow, int 
 }
 
 inline constexpr std::array<EffectRow, 16> kEffectTable = {{
-    {"Ground Glass", OfferAll, nullptr},
+    {"Ground Glass", OfferAll, Render<GroundGlassParams, GroundGlass>},
     {"Swirl", OfferAll, Render<SwirlParams, Swirl>},
-    {"Vignette", OfferAll, nullptr},
-    {"Emboss", OfferAll, nullptr},
-    {"Sketch", OfferSketch, nullptr},
-    {"Comicbook", OfferYuvOrBgra, nullptr},
-    {"Pinch", OfferAll, nullptr},
-    {"Bulge", OfferAll, nullptr},
+    {"Vignette", OfferAll, Render<VignetteParams, Vignette>},
+    {"Emboss", OfferAll, Render<EmbossParams, Emboss>},
+    {"Sketch", OfferSketch, Render<SketchParams, Sketch>},
+    {"Comicbook", OfferYuvOrBgra, Render<FilterParams, Comicbook>},
+    {"Pinch", OfferAll, Render<PinchParams, Pinch>},
+    {"Bulge", OfferAll, Render<BulgeParams, Bulge>},
     {"Stretch", OfferYuvOrBgra, nullptr},  // listed and negotiated, yet never rendered: hosts rely on the -1
     {"Zoom Blur", OfferAll, Render<ZoomBlurParams, ZoomBlur>},
-    {"Motion Blur", OfferAll, nullptr},
-    {"Ripple", OfferAll, nullptr},
-    {"Focus Color", OfferFocusColor, nullptr},
+    {"Motion Blur", OfferAll, Render<MotionBlurParams, MotionBlur>},
+    {"Ripple", OfferAll, Render<RippleParams, Ripple>},
+    {"Focus Color", OfferFocusColor, Render<FocusColorParams, FocusColor>},
     {"Mirror Move X", OfferAll, Render<MirrorMoveXParams, MirrorMoveX>},
-    {"Mirror Move Y", OfferAll, nullptr},
-    {"Tile Scale", OfferAll, nullptr},
+    {"Mirror Move Y", OfferAll, Render<MirrorMoveYParams, MirrorMoveY>},
+    {"Tile Scale", OfferAll, Render<TileScaleParams, TileScale>},
 }};
 
 }  // namespace norix

@@ -1,7 +1,5 @@
 #include "FilterEffect/common/Frame.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 namespace norix {
@@ -40,8 +38,7 @@ bool HasPicture(const AVFrame* dst, const AVFrame* src) {
 void CopyPlaneRows(AVFrame& dst, const AVFrame& src, int plane, Band rows) {
   const Plane to = PlaneOf(dst, plane);
   const ConstPlane from = PlaneOf(src, plane);
-  // Bottom-up pictures have negative line sizes; a line is as long as its absolute value.
-  const auto bytes = static_cast<std::size_t>(std::min(std::abs(to.lineSize), std::abs(from.lineSize)));
+  const std::size_t bytes = LineBytes(to, from);
   for (std::int64_t row = rows.first; row < rows.end(); ++row) std::memcpy(to.Row(row), from.Row(row), bytes);
 }
 

@@ -4,8 +4,10 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 #include "FilterEffect/common/PixelFormat.h"
 
@@ -39,6 +41,12 @@ constexpr int ChromaSize(int luma) { return static_cast<int>((static_cast<std::i
 
 /// True when there is something to do: both frames are there, the picture is not empty and no plane is missing.
 bool HasPicture(const AVFrame* dst, const AVFrame* src);
+
+/// Bytes that fit into a line of both planes. Bottom-up pictures have negative line sizes; a line is as long as its
+/// absolute value.
+inline std::size_t LineBytes(const Plane& a, const ConstPlane& b) {
+  return static_cast<std::size_t>(std::min(std::abs(a.lineSize), std::abs(b.lineSize)));
+}
 
 /// Copies rows of one plane, each as long as the shorter of the two lines, padding included.
 void CopyPlaneRows(AVFrame& dst, const AVFrame& src, int plane, Band rows);

@@ -11,6 +11,7 @@
 
 #include "FilterEffect/common/ExactInt.h"
 #include "FilterEffect/common/Frame.h"
+#include "FilterEffect/common/PlanarRows.h"
 
 namespace norix {
 
@@ -19,8 +20,9 @@ struct WarpedPoint {
   double v;
 };
 
+/// A warp with a `nextRow()` is told of every row after the first.
 template <int kBytesPerPixel, class Warp>
-void WarpPacked(AVFrame& dst, const AVFrame& src, Band rows, const Warp& warp) {
+void WarpPacked(AVFrame& dst, const AVFrame& src, Band rows, Warp warp) {
   const Plane to = PlaneOf(dst, 0);
   const ConstPlane from = PlaneOf(src, 0);
   const int width = src.width;
@@ -37,12 +39,12 @@ void WarpPacked(AVFrame& dst, const AVFrame& src, Band rows, const Warp& warp) {
       const int row = NearestIndex(at.v * height, height);
       std::memcpy(out, from.Row(row) + column * kBytesPerPixel, kBytesPerPixel);
     }
+    if constexpr (requires { warp.nextRow(); }) warp.nextRow();
   }
 }
 
-/// Rows go in pairs counted from the band's first row; the chroma of a 2x2 block follows the warp of its top left pixel.
-/// The last row of an odd band is treated as the last row of the picture: `lastRowV` is its place, and its source rows are
-/// shifted by as much as the band ends above the picture's bottom.
+/// The chroma of a 2x2 block follows the warp of its top left pixel. The last row of an odd band is treated as the last row
+/// of the picture: `lastRowV` is its place, and its source rows are shifted by as much as the band ends above the bottom.
 template <class Warp>
 void WarpPlanar(AVFrame& dst, const AVFrame& src, Band rows, const Warp& warp, double lastRowV) {
   const int width = src.width;
@@ -55,42 +57,28 @@ void WarpPlanar(AVFrame& dst, const AVFrame& src, Band rows, const Warp& warp, d
   const ConstPlane chromaU = PlaneOf(src, 1);
   const ConstPlane chromaV = PlaneOf(src, 2);
 
-  struct RowJob {
-    std::int64_t y;
-    double v;
-    bool withChroma;
-    std::int64_t chromaRow;
-    std::int64_t lumaShift;    // added to the sampled row
-    std::int64_t chromaShift;  // added to the sampled chroma row
-  };
-  const auto warpRow = [&](const RowJob& job) {
-    std::uint8_t* outY = PlaneOf(dst, 0).Row(job.y);
-    std::uint8_t* outU = PlaneOf(dst, 1).Row(job.chromaRow);
-    std::uint8_t* outV = PlaneOf(dst, 2).Row(job.chromaRow);
+  double nextV = static_cast<double>(rows.first) / height;
+  ForEachPlanarRow(rows, [&](const PlanarRow& row) {
+    const double v = row.oddLast ? lastRowV : nextV;
+    nextV += rowStep;
+    const std::int64_t lumaShift = row.oddLast ? rows.end() - height : 0;
+    const std::int64_t chromaShift = row.oddLast ? row.chromaY - chromaHeight + 1 : 0;
+    std::uint8_t* outY = PlaneOf(dst, 0).Row(row.y);
+    std::uint8_t* outU = PlaneOf(dst, 1).Row(row.chromaY);
+    std::uint8_t* outV = PlaneOf(dst, 2).Row(row.chromaY);
     double u = 0.0;
     for (int x = 0; x < width; ++x, u += columnStep) {
-      const WarpedPoint at = warp(u, job.v);
-      const std::int64_t row = ClampIndex<std::int64_t>(NearestIndex(at.v * height, height) + job.lumaShift, height);
-      outY[x] = luma.Row(row)[NearestIndex(at.u * width, width)];
-      if (!job.withChroma || x % 2 != 0) continue;
+      const WarpedPoint at = warp(u, v);
+      const std::int64_t y = ClampIndex<std::int64_t>(NearestIndex(at.v * height, height) + lumaShift, height);
+      outY[x] = luma.Row(y)[NearestIndex(at.u * width, width)];
+      if (!row.withChroma || x % 2 != 0) continue;
       const int column = NearestIndex(at.u * chromaWidth, chromaWidth);
-      const std::int64_t chromaRow =
-          ClampIndex<std::int64_t>(NearestIndex(at.v * chromaHeight, chromaHeight) + job.chromaShift, chromaHeight);
-      outU[x / 2] = chromaU.Row(chromaRow)[column];
-      outV[x / 2] = chromaV.Row(chromaRow)[column];
+      const std::int64_t chromaY =
+          ClampIndex<std::int64_t>(NearestIndex(at.v * chromaHeight, chromaHeight) + chromaShift, chromaHeight);
+      outU[x / 2] = chromaU.Row(chromaY)[column];
+      outV[x / 2] = chromaV.Row(chromaY)[column];
     }
-  };
-
-  const std::int64_t firstChromaRow = rows.first >> 1;
-  const std::int64_t paired = rows.count & ~std::int64_t{1};
-  double v = static_cast<double>(rows.first) / height;
-  for (std::int64_t r = 0; r < paired; ++r, v += rowStep) {
-    warpRow({rows.first + r, v, r % 2 == 0, firstChromaRow + r / 2, 0, 0});
-  }
-  if (rows.count > paired) {
-    const std::int64_t chromaRow = firstChromaRow + (rows.count >> 1);
-    warpRow({rows.end() - 1, lastRowV, true, chromaRow, rows.end() - height, chromaRow - chromaHeight + 1});
-  }
+  });
 }
 
 /// Renders a band of a nearest-sample warp. `warp(u, v)` answers the WarpedPoint to fetch from; `lastRowV` is the place of

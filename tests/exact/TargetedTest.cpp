@@ -1,0 +1,256 @@
+// Cases that random fields and bands seldom meet, sought out effect by effect.
+
+#include <NorixEngine/NorixEngine.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <iomanip>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "exact/ParamObject.h"
+#include "reference/Reference.h"
+#include "support/Formats.h"
+#include "support/Picture.h"
+#include "support/Random.h"
+
+namespace norix::test {
+
+namespace {
+
+struct Band {
+  int firstRow;
+  int rowCount;
+};
+
+/** One effect against its reference: pictures, parameters and the place in the random sequence afterwards. */
+class Comparison {
+public:
+  explicit Comparison(const char* name) : effect_(*reference::FindEffect(name)), params_(name, 5000) {
+    filter_check_format(name, kBgra);
+  }
+
+  /** Fields from the first on; those not given keep the values of the level 5000. */
+  void SetFields(const std::vector<double>& values) {
+    for (std::size_t i = 0; i < values.size(); ++i) params_.SetField(i, values[i]);
+  }
+
+  testing::AssertionResult Agrees(const PictureShape& dst, const PictureShape& src, Band band, std::uint64_t seed) const {
+    Picture source(src, seed);
+    const Picture untouchedSource = source;
+    Picture expected(dst, ~seed);
+    Picture actual = expected;
+    const ParamObject expectedParams = params_.Clone();
+    const ParamObject actualParams = params_.Clone();
+    const auto randomSeed = static_cast<unsigned>(seed);
+
+    std::srand(randomSeed);
+    effect_.render(*expected.Frame(), *source.Frame(), expectedParams.Get(), band.firstRow, band.rowCount);
+    const int expectedDraw = std::rand();
+    std::srand(randomSeed);
+    const int answer = filter_video_frame(actual.Frame(), source.Frame(), effect_.name, actualParams.Get(), 0,
+                                          band.firstRow, band.rowCount);
+    const int actualDraw = std::rand();
+
+    const auto failure = [&] { return testing::AssertionFailure() << Describe(dst, src, band, seed) << "\n  "; };
+    if (answer != 0) return failure() << "answered " << answer;
+    if (const auto same = SameBytes(expected, actual); !same) return failure() << same.message();
+    if (!SameBytes(untouchedSource, source)) return failure() << "the source changed";
+    if (!actualParams.SameAs(expectedParams)) return failure() << "the parameters changed otherwise than the reference's";
+    if (actualDraw != expectedDraw) return failure() << "drew another count of random numbers";
+    return testing::AssertionSuccess();
+  }
+
+private:
+  std::string Describe(const PictureShape& dst, const PictureShape& src, Band band, std::uint64_t seed) const {
+    std::ostringstream text;
+    text << std::setprecision(17) << effect_.name << ", " << FormatOf(src.format).name << ' ' << src.width << 'x'
+         << src.height << ", band " << band.firstRow << " of " << band.rowCount << " rows, fields {";
+    for (std::size_t i = 0; i < params_.FieldCount(); ++i) text << (i == 0 ? "" : ", ") << params_.Field(i);
+    text << "}, padding of source and destination";
+    for (std::size_t plane = 0; plane < 4; ++plane)
+      text << ' ' << src.padding[plane] << (src.bottomUp[plane] ? "up" : "") << '/' << dst.padding[plane]
+           << (dst.bottomUp[plane] ? "up" : "");
+    text << ", seed " << seed;
+    return text.str();
+  }
+
+  const reference::Effect& effect_;
+  ParamObject params_;
+};
+
+PictureShape RandomShape(int format, int width, int height, int widestPadding, Random& random) {
+  PictureShape shape{format, width, height, {}, {}};
+  for (std::size_t plane = 0; plane < 4; ++plane) {
+    shape.padding[plane] = random.Between(0, widestPadding);
+    shape.bottomUp[plane] = random.OneIn(4);
+  }
+  return shape;
+}
+
+/** Often one that ends at the bottom. */
+Band RandomBand(int height, Random& random) {
+  if (random.OneIn(4)) return {0, height};
+  const int first = random.Between(0, height - 1);
+  return {first, random.OneIn(3) ? height - first : random.Between(1, height - first)};
+}
+
+class TargetedTest : public testing::TestWithParam<Format> {
+protected:
+  const int format_ = GetParam().code;
+  Random random_{static_cast<std::uint64_t>(GetParam().code) * 7919U + 1};
+};
+
+TEST_P(TargetedTest, GroundGlassScattersAtEveryRadiusAndParity) {
+  Comparison comparison("Ground Glass");
+  for (int i = 0; i < 1500; ++i) {
+    const int width = random_.Between(3, random_.OneIn(3) ? 90 : 24);
+    const int height = random_.Between(3, random_.OneIn(3) ? 90 : 24);
+    // Up to the first radius that is too large.
+    const int radius = random_.Between(1, std::max(1, std::min(width / 2, height / 2)));
+    comparison.SetFields({radius + (random_.OneIn(2) ? random_.Real(0.0, 0.99) : 0.0)});
+    // Without padding the drift of odd widths leaves the lower right of the plane soonest.
+    const int padding = random_.OneIn(3) ? 0 : random_.Between(0, 12);
+    ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, padding, random_),
+                                  RandomShape(format_, width, height, padding, random_), RandomBand(height, random_),
+                                  random_.Next()));
+  }
+}
+
+// High and narrow: two columns of drift per row pair soon make a whole line.
+TEST_P(TargetedTest, GroundGlassDriftsOutOfHighPictures) {
+  Comparison comparison("Ground Glass");
+  for (const int width : {5, 7, 9, 11})
+    for (const int height : {60, 61, 121})
+      for (const int padding : {0, 1, 4}) {
+        comparison.SetFields({static_cast<double>(random_.Between(1, width / 2 - 1))});
+        PictureShape shape{format_, width, height, {padding, padding, padding, padding}, {}};
+        ASSERT_TRUE(comparison.Agrees(shape, shape, {0, height}, random_.Next()));
+        ASSERT_TRUE(comparison.Agrees(shape, shape, {height / 2, height - height / 2}, random_.Next()));
+        shape.bottomUp = {true, true, true, true};
+        ASSERT_TRUE(comparison.Agrees(shape, shape, {0, height}, random_.Next()));
+      }
+}
+
+TEST_P(TargetedTest, TileScaleAtEveryScale) {
+  Comparison comparison("Tile Scale");
+  for (int i = 0; i < 1500; ++i) {
+    const int width = random_.Between(1, random_.OneIn(3) ? 200 : 60);
+    const int height = random_.Between(1, random_.OneIn(3) ? 200 : 60);
+    double scale = random_.Real(0.05, 1.0);
+    if (random_.OneIn(4)) {
+      // A tile of exactly so many pixels, or just at the rounding to it.
+      const int size = random_.OneIn(2) ? width : height;
+      scale = (random_.Between(1, size) - (random_.OneIn(2) ? 0.5 : 0.0)) / size;
+      if (random_.OneIn(3)) scale = std::nextafter(scale, random_.OneIn(2) ? 0.0 : 1.0);
+    } else if (random_.OneIn(6)) {
+      scale = random_.Real(0.0, 0.05);
+    } else if (random_.OneIn(6)) {
+      scale = 1.0 - std::pow(10.0, random_.Real(-5.2, -1.0));
+    }
+    comparison.SetFields({scale});
+    ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, 9, random_),
+                                  RandomShape(format_, width, height, 9, random_), RandomBand(height, random_),
+                                  random_.Next()));
+  }
+}
+
+// Nothing clips a band to the picture. The fence takes the rows above it.
+TEST_P(TargetedTest, TileScaleFromAboveThePicture) {
+  Comparison comparison("Tile Scale");
+  for (int height = 2; height <= 30; ++height)
+    for (const double scale : {0.1, 1.0 / 3.0, 0.5, 0.9, 0.99}) {
+      comparison.SetFields({scale});
+      const PictureShape shape{format_, 9, height, {2, 1, 3, 0}, {}};
+      for (const int firstRow : {-1, -2, -3}) ASSERT_TRUE(comparison.Agrees(shape, shape, {firstRow, 4}, random_.Next()));
+    }
+}
+
+TEST_P(TargetedTest, TileScaleAtEveryWidthAndHalfWidth) {
+  Comparison comparison("Tile Scale");
+  for (int width = 1; width <= 70; ++width)
+    for (const double scale : {0.05, 0.1, 0.2, 0.25, 1.0 / 3.0, 0.5, 2.0 / 3.0, 0.75, 0.9}) {
+      const int height = 71 - width;
+      comparison.SetFields({scale});
+      const PictureShape shape{format_, width, height, {2, 1, 3, 0}, {}};
+      ASSERT_TRUE(comparison.Agrees(shape, shape, {0, height}, random_.Next()));
+      ASSERT_TRUE(comparison.Agrees(shape, shape, {height / 3, height - height / 3}, random_.Next()));
+    }
+}
+
+// Every fold against every band: above the boundary, up to it, across it and below, in luma and in chroma.
+TEST_P(TargetedTest, MirrorMoveYWithEveryBoundaryAndBand) {
+  Comparison comparison("Mirror Move Y");
+  for (const int height : {1, 2, 3, 4, 7, 8, 11})
+    for (int shift = -2 * height - 1; shift <= 2 * height + 1; ++shift) {
+      comparison.SetFields({(shift + (shift < 0 ? -0.75 : 0.25)) / height});
+      for (int first = 0; first < height; ++first)
+        for (int count = 1; count <= height - first; ++count)
+          ASSERT_TRUE(comparison.Agrees(RandomShape(format_, 3, height, 5, random_),
+                                        RandomShape(format_, 3, height, 5, random_), {first, count}, random_.Next()))
+              << "shift " << shift;
+    }
+}
+
+// The destination is stepped by the source's line size: with unequal ones, rows run out of the plane at both ends.
+TEST_P(TargetedTest, ComicbookAndFocusColorWithUnequalLines) {
+  Comparison comicbook("Comicbook");
+  Comparison focusColor("Focus Color");
+  for (int i = 0; i < 1000; ++i) {
+    const int width = random_.Between(1, 12);
+    const int height = random_.Between(1, 20);
+    const bool bottomUp = random_.OneIn(2);
+    const auto shape = [&] {
+      PictureShape made{format_, width, height, {}, {}};
+      const int most = random_.OneIn(3) ? 4 * width * height : 3;
+      made.padding = {random_.Between(0, most), random_.Between(0, 9), random_.Between(0, 9), random_.Between(0, 9)};
+      const bool reversed = random_.OneIn(8);
+      made.bottomUp.fill(bottomUp != reversed);
+      return made;
+    };
+    const PictureShape src = shape();
+    const PictureShape dst = shape();
+    const Band band = RandomBand(height, random_);
+    ASSERT_TRUE(comicbook.Agrees(dst, src, band, random_.Next()));
+    focusColor.SetFields(
+        {random_.Real(-0.2, 1.2), random_.Real(-0.2, 1.2), random_.Real(-0.1, 0.9), random_.Real(-0.1, 0.9)});
+    ASSERT_TRUE(focusColor.Agrees(dst, src, band, random_.Next()));
+  }
+}
+
+TEST_P(TargetedTest, FocusColorAroundItsRim) {
+  Comparison comparison("Focus Color");
+  for (int i = 0; i < 1000; ++i) {
+    const int width = random_.Between(1, 120);
+    const int height = random_.Between(1, 120);
+    comparison.SetFields({random_.Real(-0.1, 1.1), random_.Real(-0.1, 1.1), random_.OneIn(5) ? 0.0 : random_.Real(0.0, 1.0),
+                          random_.OneIn(4) ? 0.0 : random_.Real(0.0, 0.8)});
+    ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, 0, random_),
+                                  RandomShape(format_, width, height, 0, random_), RandomBand(height, random_),
+                                  random_.Next()));
+  }
+}
+
+// Amounts that leave the result between black and white, in pictures so narrow that both edges meet.
+TEST_P(TargetedTest, SketchAtItsEdgesAndSeams) {
+  Comparison comparison("Sketch");
+  for (int i = 0; i < 1500; ++i) {
+    const int width = random_.Between(1, random_.OneIn(2) ? 4 : 40);
+    const int height = random_.Between(1, random_.OneIn(2) ? 4 : 40);
+    comparison.SetFields({random_.OneIn(5) ? random_.Between(-4, 8) * 0.25 : random_.Real(-0.5, 1.5)});
+    ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, 5, random_),
+                                  RandomShape(format_, width, height, 5, random_), RandomBand(height, random_),
+                                  random_.Next()));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TargetedTest, testing::ValuesIn(AllFormats().begin(), AllFormats().begin() + 8),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+}  // namespace
+
+}  // namespace norix::test
