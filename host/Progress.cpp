@@ -103,7 +103,7 @@ void Progress::showBar(double seconds) const {
   numbers += fmt::format("  {:.1f} fps", fps);
   if (left) numbers += fmt::format("  {} left", Duration(*left));
   std::string bar;
-  const int room = TerminalColumns() - static_cast<int>(numbers.size()) - 5;
+  const int room = TerminalColumns() - static_cast<int>(numbers.size()) - 7;  // brackets and blanks
   if (total_ && *total_ > 0 && room >= 10) {
     const int width = std::min(room, 40);
     const double share = std::clamp(static_cast<double>(done_) / static_cast<double>(*total_), 0.0, 1.0);

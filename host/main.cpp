@@ -1,21 +1,35 @@
 // norix: renders video with NorixEngine's effects.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "Failure.h"
 #include "Interrupt.h"
+#include "NearestName.h"
+#include "cli/GalleryCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/RenderCommand.h"
+#include "cli/TransitionCommand.h"
 #include "media/Av.h"
 
 namespace norix::host {
 
 namespace {
+
+/// A first word that is no command gets a better answer than that one is missing.
+void CheckCommand(const CLI::App& app, int argc, char** argv) {
+  if (argc < 2 || argv[1][0] == '-') return;
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands(nullptr)) names.push_back(command->get_name());
+  if (std::find(names.begin(), names.end(), argv[1]) != names.end()) return;
+  FailUsage("there is no command '{}'; did you mean '{}'? `norix --help` lists all", argv[1], NearestName(argv[1], names));
+}
 
 int Run(int argc, char** argv) {
   CLI::App app("Renders video with NorixEngine's effects.", "norix");
@@ -35,6 +49,9 @@ int Run(int argc, char** argv) {
   std::function<int()> run;
   AddListCommand(app, run);
   AddRenderCommand(app, run);
+  AddTransitionCommand(app, run);
+  AddGalleryCommand(app, run);
+  CheckCommand(app, argc, argv);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

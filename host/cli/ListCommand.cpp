@@ -10,6 +10,7 @@
 #include "Failure.h"
 #include "engine/Catalogue.h"
 #include "engine/Effect.h"
+#include "engine/Group.h"
 #include "media/Av.h"
 
 namespace norix::host {
@@ -41,7 +42,7 @@ nlohmann::json DescribeAll() {
   for (const EffectInfo& effect : Effects()) effects.push_back(Describe(effect));
   nlohmann::json groups = nlohmann::json::array();
   for (const GroupInfo& group : Groups()) {
-    const std::vector<std::string> parts = GroupEffects(group.name);
+    const std::vector<std::string> parts = Group::EffectsOf(group.name);
     groups.push_back({{"name", group.name}, {"summary", group.summary}, {"renders", !parts.empty()}, {"effects", parts}});
   }
   return {{"levels", {{"lowest", kLowestLevel}, {"highest", kHighestLevel}}}, {"effects", effects}, {"groups", groups}};
@@ -60,7 +61,7 @@ void PrintText() {
   }
   fmt::print("\nGroups: transitions over a time of 0 to 10000\n\n");
   for (const GroupInfo& group : Groups()) {
-    const std::vector<std::string> parts = GroupEffects(group.name);
+    const std::vector<std::string> parts = Group::EffectsOf(group.name);
     fmt::print("{}: {}{}\n", group.name, group.summary,
                parts.empty() ? " (not rendered by this version)" : fmt::format(" ({})", fmt::join(parts, ", ")));
   }

@@ -1,15 +1,17 @@
 #include "cli/RenderCommand.h"
 
-#include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
-#include <thread>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "cli/Numbers.h"
+#include "cli/Options.h"
 #include "render/Render.h"
 
 namespace norix::host {
@@ -20,10 +22,12 @@ namespace {
 struct Words {
   RenderRequest request;
   std::vector<std::string> effects;
+  std::vector<std::string> groups;
   std::vector<std::string> levels;
   std::vector<std::string> fields;
   std::vector<std::string> options;
   std::int64_t frames = 0;
+  double groupSeconds = 0;
 };
 
 const char* const kExamples = R"(Examples:
@@ -33,6 +37,7 @@ const char* const kExamples = R"(Examples:
   norix render clip.mov out.mov --effect Swirl --format bgra --codec qtrle
   norix render clip.mp4 part2.mp4 --effect Swirl --start-frame 240 --frames 240
   norix render photo.jpg out.png --effect "Zoom Blur"
+  norix render clip.mp4 out.mp4 --group "Mirror Scale Blur" --duration 2
 
 --level and --set belong to the --effect before them. `norix list` shows effects, fields and formats.)";
 
@@ -54,12 +59,6 @@ LevelRange ParseLevel(const std::string& text) {
   return {ParseLevelNumber(text.substr(0, colon), text), ParseLevelNumber(text.substr(colon + 1), text)};
 }
 
-std::pair<std::string, std::string> SplitAssignment(const std::string& option, const std::string& text) {
-  const std::size_t equals = text.find('=');
-  if (equals == std::string::npos || equals == 0) FailUsage("{} {}: give a name and a value as NAME=VALUE", option, text);
-  return {text.substr(0, equals), text.substr(equals + 1)};
-}
-
 FieldValue ParseField(const std::string& text) {
   const auto [name, value] = SplitAssignment("--set", text);
   const std::optional<double> number = ParseNumber(value);
@@ -67,64 +66,92 @@ FieldValue ParseField(const std::string& text) {
   return {name, *number};
 }
 
-/// Gives every --level and --set to the --effect that stands before it.
-std::vector<EffectRequest> GroupByEffect(const CLI::App& command, const Words& words) {
-  std::vector<EffectRequest> requests;
-  bool levelGiven = false;
-  std::map<const CLI::Option*, std::size_t> seen;
-  const CLI::Option* effect = command.get_option("--effect");
-  const CLI::Option* level = command.get_option("--level");
-  const CLI::Option* set = command.get_option("--set");
-  for (const CLI::Option* option : command.parse_order()) {
-    if (option != effect && option != level && option != set) continue;
-    const std::size_t nth = seen[option]++;
-    if (option == effect) {
-      requests.push_back({words.effects[nth], {}, {}});
-      levelGiven = false;
-      continue;
-    }
-    const std::string& text = option == level ? words.levels[nth] : words.fields[nth];
-    const char* name = option == level ? "--level" : "--set";
-    if (requests.empty())
-      FailUsage("{} {} stands before any --effect; write it after the effect it belongs to", name, text);
-    if (option == set) {
-      requests.back().fields.push_back(ParseField(text));
-      continue;
-    }
-    if (levelGiven) FailUsage("--level {}: \"{}\" has a level already; one is enough", text, requests.back().name);
-    requests.back().level = ParseLevel(text);
-    levelGiven = true;
+/// Puts effects and groups in their order, and gives every --level and --set to the --effect that stands before it.
+class StepParser {
+public:
+  void addEffect(const std::string& name) {
+    steps_.emplace_back(EffectRequest{name, {}, {}});
+    levelGiven_ = false;
   }
-  return requests;
+
+  void addGroup(const std::string& name) { steps_.emplace_back(GroupRequest{name, {}}); }
+
+  void addLevel(const std::string& text) {
+    EffectRequest& effect = effectFor("--level", text);
+    if (levelGiven_) FailUsage("--level {}: \"{}\" has a level already; one is enough", text, effect.name);
+    effect.level = ParseLevel(text);
+    levelGiven_ = true;
+  }
+
+  void addField(const std::string& text) { effectFor("--set", text).fields.push_back(ParseField(text)); }
+
+  std::vector<StepRequest> steps() { return std::move(steps_); }
+
+private:
+  EffectRequest& effectFor(const char* option, const std::string& text) {
+    if (steps_.empty())
+      FailUsage("{} {} stands before any --effect; write it after the effect it belongs to", option, text);
+    auto* effect = std::get_if<EffectRequest>(&steps_.back());
+    if (!effect) FailUsage("{} {} stands after a --group, which follows its time; {} is for effects", option, text, option);
+    return *effect;
+  }
+
+  std::vector<StepRequest> steps_;
+  bool levelGiven_ = false;
+};
+
+/// What the options say about effects and groups, in the order in which they stand on the command line.
+std::vector<StepRequest> ParseSteps(const CLI::App& command, const Words& words) {
+  struct Source {
+    const std::vector<std::string>& values;
+    void (StepParser::*add)(const std::string& text);
+    std::size_t next = 0;
+  };
+  std::map<const CLI::Option*, Source> sources = {
+      {command.get_option("--effect"), {words.effects, &StepParser::addEffect}},
+      {command.get_option("--group"), {words.groups, &StepParser::addGroup}},
+      {command.get_option("--level"), {words.levels, &StepParser::addLevel}},
+      {command.get_option("--set"), {words.fields, &StepParser::addField}},
+  };
+  StepParser parser;
+  for (const CLI::Option* option : command.parse_order()) {
+    const auto found = sources.find(option);
+    if (found == sources.end()) continue;
+    Source& source = found->second;
+    (parser.*source.add)(source.values[source.next++]);
+  }
+  return parser.steps();
 }
 
 }  // namespace
 
 void AddRenderCommand(CLI::App& app, std::function<int()>& run) {
-  CLI::App* command = app.add_subcommand("render", "Render a clip with one or more effects");
+  CLI::App* command = app.add_subcommand("render", "Render a clip with effects and groups");
   command->footer(kExamples);
   const auto words = std::make_shared<Words>();
   RenderRequest& request = words->request;
 
   command->add_option("INPUT", request.input, "Video file or address, anything FFmpeg reads")->required();
   command->add_option("OUTPUT", request.output.path, "File to write; its extension chooses the container")->required();
-  const auto repeated = [&](const char* name, std::vector<std::string>& values, const char* help) {
-    return command->add_option(name, values, help)->allow_extra_args(false);
-  };
-  repeated("--effect", words->effects, "Effect by display name; several make a chain")->type_name("NAME")->required();
-  repeated("--level", words->levels, "Level 0 to 10000 of the effect before it, or FROM:TO to run over the clip [5000]")
+  AddRepeated(*command, "--effect", words->effects, "Effect by display name; several make a chain")->type_name("NAME");
+  AddRepeated(*command, "--level", words->levels,
+              "Level 0 to 10000 of the effect before it, or FROM:TO to run over the clip [5000]")
       ->type_name("N|FROM:TO");
-  repeated("--set", words->fields, "Write a field of the effect before it; wins over the level")->type_name("FIELD=VALUE");
+  AddRepeated(*command, "--set", words->fields, "Write a field of the effect before it; wins over the level")
+      ->type_name("FIELD=VALUE");
+  AddRepeated(*command, "--group", words->groups, "Group effect by name, part of the chain; its time runs over the clip")
+      ->type_name("NAME");
+  command
+      ->add_option("--duration", words->groupSeconds,
+                   "Seconds over which the time of groups runs; then it stays at its end")
+      ->type_name("SECONDS")
+      ->check(Seconds());
 
   command
       ->add_option("--format", request.format,
                    "Pixel format to propose to the effects, which choose: yuv420p, rgb24 or bgra [the clip's own family]")
       ->type_name("PIXFMT");
-  command->add_option("--codec", request.output.codec, "Video encoder [what plays everywhere in that container]")
-      ->type_name("NAME");
-  repeated("--option", words->options, "Option of the encoder or the container, as FFmpeg names it; repeatable")
-      ->type_name("KEY=VALUE");
-  command->add_flag("-y,--overwrite", request.output.overwrite, "Replace OUTPUT if it exists");
+  AddOutputOptions(*command, request.output, words->options);
 
   command
       ->add_option("--start-frame", request.startFrame, "First frame to render, from 0; levels count over the whole clip")
@@ -133,10 +160,7 @@ void AddRenderCommand(CLI::App& app, std::function<int()>& run) {
   command->add_option("--frames", words->frames, "Number of frames to render [to the end]")
       ->type_name("N")
       ->check(CLI::PositiveNumber);
-  request.threads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-  command->add_option("--threads", request.threads, "Threads to work on; the result is the same for any number [all cores]")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1024));
+  AddThreads(*command, request.threads);
   command
       ->add_option("--bands", request.bands,
                    "Cut every frame into N bands, as hosts with a latency limit do, and render them at the same time, one "
@@ -144,21 +168,15 @@ void AddRenderCommand(CLI::App& app, std::function<int()>& run) {
       ->type_name("N")
       ->check(CLI::Range(1, 1 << 16));
   command->add_option("--seed", request.seed, "Start of the random numbers of \"Ground Glass\" [1]")->type_name("N");
-  const std::map<std::string, ProgressStyle> styles = {{"auto", ProgressStyle::kAutomatic},
-                                                       {"bar", ProgressStyle::kBar},
-                                                       {"plain", ProgressStyle::kPlain},
-                                                       {"json", ProgressStyle::kJson},
-                                                       {"none", ProgressStyle::kNone}};
-  command->add_option("--progress", request.progress, "auto, bar, plain, json or none, on stderr [a bar on a terminal]")
-      ->type_name("STYLE")
-      ->transform(CLI::CheckedTransformer(styles, CLI::ignore_case).description(""));
+  AddProgress(*command, request.progress);
 
   command->final_callback([command, words, &run] {
     run = [command, words] {
       RenderRequest& todo = words->request;
-      todo.effects = GroupByEffect(*command, *words);
-      for (const std::string& text : words->options) todo.output.options.push_back(SplitAssignment("--option", text));
+      todo.steps = ParseSteps(*command, *words);
+      TakeOptions(words->options, todo.output);
       if (words->frames > 0) todo.frames = words->frames;
+      if (words->groupSeconds > 0) todo.groupSeconds = words->groupSeconds;
       return Render(todo);
     };
   });

@@ -76,7 +76,8 @@ std::vector<EffectInfo> DescribeEffects() {
        .fields = {Make<BulgeParams, &BulgeParams::centerX>("centerX", kCenterX),
                   Make<BulgeParams, &BulgeParams::centerY>("centerY", kCenterY),
                   Make<BulgeParams, &BulgeParams::radius>("radius", "where the effect ends, in picture widths and heights"),
-                  Make<BulgeParams, &BulgeParams::strength>("strength", "0 nothing, 1 full, above 1 mirrors the middle")}},
+                  Make<BulgeParams, &BulgeParams::strength>("strength",
+                                                            "0 nothing, 1 full, above 1 the very middle shrinks again")}},
       {.name = "Stretch", .summary = "listed by the engine, has no picture", .level = "nothing", .fields = {}},
       {.name = "Zoom Blur",
        .summary = "smears the picture towards a centre",
@@ -126,6 +127,16 @@ std::vector<EffectInfo> DescribeEffects() {
   };
 }
 
+/// The one of that name; `kind` says in the message what was looked for.
+template <class Info>
+const Info& Find(const std::vector<Info>& infos, const std::string& name, const char* kind) {
+  const auto found = std::find_if(infos.begin(), infos.end(), [&](const Info& info) { return info.name == name; });
+  if (found != infos.end()) return *found;
+  std::vector<std::string> names;
+  for (const Info& info : infos) names.push_back(info.name);
+  FailUsage("there is no {} \"{}\"; did you mean \"{}\"? `norix list` shows all", kind, name, NearestName(name, names));
+}
+
 }  // namespace
 
 const std::vector<EffectInfo>& Effects() {
@@ -149,14 +160,9 @@ const std::vector<GroupInfo>& Groups() {
   return groups;
 }
 
-const EffectInfo& FindEffect(const std::string& name) {
-  const auto& effects = Effects();
-  const auto found = std::find_if(effects.begin(), effects.end(), [&](const auto& effect) { return effect.name == name; });
-  if (found != effects.end()) return *found;
-  std::vector<std::string> names;
-  for (const EffectInfo& effect : effects) names.push_back(effect.name);
-  FailUsage("there is no effect \"{}\"; did you mean \"{}\"? `norix list` shows all", name, NearestName(name, names));
-}
+const EffectInfo& FindEffect(const std::string& name) { return Find(Effects(), name, "effect"); }
+
+const GroupInfo& FindGroup(const std::string& name) { return Find(Groups(), name, "group"); }
 
 const Field& FindField(const EffectInfo& effect, const std::string& name) {
   const auto found =

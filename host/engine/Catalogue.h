@@ -40,6 +40,9 @@ const std::vector<GroupInfo>& Groups();
 /// The effect of that name. Otherwise fails and names the nearest one.
 const EffectInfo& FindEffect(const std::string& name);
 
+/// The group of that name. Otherwise fails and names the nearest one.
+const GroupInfo& FindGroup(const std::string& name);
+
 /// That field of an effect. Otherwise fails and names the fields there are.
 const Field& FindField(const EffectInfo& effect, const std::string& name);
 

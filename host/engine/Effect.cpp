@@ -24,18 +24,9 @@ bool Renders(const std::string& effect) {
 AVPixelFormat NegotiateFormat(const std::string& effect, AVPixelFormat proposed) {
   const int answer = filter_check_format(effect.c_str(), proposed);
   if (answer < 0) FailUsage("the engine does not know the effect \"{}\"", effect);
+  // Some effects prepare for a format only when it is proposed itself.
+  if (answer != proposed) filter_check_format(effect.c_str(), answer);
   return static_cast<AVPixelFormat>(answer);
-}
-
-std::vector<std::string> GroupEffects(const std::string& group) {
-  FilterGroupParam* record = nullptr;
-  GetFilterGroupParam(group.c_str(), kHighestLevel / 2, &record);
-  const std::unique_ptr<FilterGroupParam, void (*)(FilterGroupParam*)> owner(record, ReleaseFilterGroupParam);
-  std::vector<std::string> effects;
-  for (int k = 0; k < record->count; ++k) {
-    if (record->entries[k].name) effects.emplace_back(record->entries[k].name);
-  }
-  return effects;
 }
 
 Effect::Effect(std::string name, std::vector<FieldValue> fields) : name_(std::move(name)), fields_(std::move(fields)) {

@@ -37,9 +37,6 @@ bool Renders(const std::string& effect);
 /// The pixel format the engine wants for this effect when pictures come in `proposed`.
 AVPixelFormat NegotiateFormat(const std::string& effect, AVPixelFormat proposed);
 
-/// The names of a group's sub-effects, null ones left out; empty when the engine does not fill the group.
-std::vector<std::string> GroupEffects(const std::string& group);
-
 /// Rows `first` .. `first + count - 1` of a picture.
 struct Rows {
   int first;

@@ -6,9 +6,11 @@ extern "C" {
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "Failure.h"
@@ -27,6 +29,29 @@ constexpr std::array<std::pair<AVPixelFormat, AVPixelFormat>, 5> kFullRangeForma
 
 bool IsRgb(AVPixelFormat format) { return (av_pix_fmt_desc_get(format)->flags & AV_PIX_FMT_FLAG_RGB) != 0; }
 
+// RGB has no matrix: its side of a conversion is the same for all clips.
+std::array<int, 4> CoefficientsOf(AVPixelFormat format, AVColorSpace space) {
+  const int* coefficients = sws_getCoefficients(IsRgb(format) || space == AVCOL_SPC_RGB ? SWS_CS_DEFAULT : space);
+  return {coefficients[0], coefficients[1], coefficients[2], coefficients[3]};
+}
+
+// Where a picture's pixel lies in each plane; on whole chroma samples.
+std::array<std::uint8_t*, 4> PixelAt(const AVFrame& frame, int x, int y) {
+  const auto format = static_cast<AVPixelFormat>(frame.format);
+  const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(format);
+  std::array<int, 4> pixelBytes{};
+  av_image_fill_max_pixsteps(pixelBytes.data(), nullptr, &descriptor);
+  std::array<std::uint8_t*, 4> pixel{};
+  for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
+    const bool chroma = plane == 1 || plane == 2;
+    const auto i = static_cast<std::size_t>(plane);
+    const std::ptrdiff_t column = chroma ? x >> descriptor.log2_chroma_w : x;
+    const std::ptrdiff_t row = chroma ? y >> descriptor.log2_chroma_h : y;
+    pixel[i] = frame.data[plane] + row * frame.linesize[plane] + column * pixelBytes[i];
+  }
+  return pixel;
+}
+
 }  // namespace
 
 AVPixelFormat WithoutRange(AVPixelFormat format) {
@@ -38,44 +63,100 @@ AVPixelFormat WithoutRange(AVPixelFormat format) {
 
 bool IsFullRangeFormat(AVPixelFormat format) { return WithoutRange(format) != format; }
 
-SwsContext& Converter::scalerFor(const Side& from, const Side& to) {
-  ScalerPtr& scaler = scalers_[{from, to}];
-  if (scaler) return *scaler;
-  // Exact arithmetic that is the same on every processor, and chroma at full resolution on its way to RGB.
-  constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_BITEXACT | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
-  scaler.reset(sws_getContext(from.shape.width, from.shape.height, from.shape.format, to.shape.width, to.shape.height,
-                              to.shape.format, kFlags, nullptr, nullptr, nullptr));
-  if (!scaler) {
-    Fail("cannot convert {} {}x{} to {} {}x{}", FormatName(from.shape.format), from.shape.width, from.shape.height,
-         FormatName(to.shape.format), to.shape.width, to.shape.height);
-  }
-  // The way to RGB and the way back use the clip's own coefficients.
-  const int* coefficients = sws_getCoefficients(colour_.space == AVCOL_SPC_RGB ? SWS_CS_DEFAULT : colour_.space);
-  constexpr int kUnit = 1 << 16;
-  sws_setColorspaceDetails(scaler.get(), coefficients, from.fullRange ? 1 : 0, coefficients, to.fullRange ? 1 : 0, 0, kUnit,
-                           kUnit);
-  return *scaler;
+Converter::Side Converter::clipSide(const PictureShape& shape) const {
+  const bool full = IsRgb(shape.format) || IsFullRangeFormat(shape.format) || colour_.range == AVCOL_RANGE_JPEG;
+  return {{WithoutRange(shape.format), shape.width, shape.height}, full, CoefficientsOf(shape.format, colour_.space)};
 }
 
-FramePtr Converter::convert(FramePtr frame, PictureShape to) {
-  const bool clipIsFull = colour_.range == AVCOL_RANGE_JPEG;
-  const auto side = [&](AVPixelFormat format, int width, int height) {
-    return Side{{WithoutRange(format), width, height}, IsRgb(format) || IsFullRangeFormat(format) || clipIsFull};
-  };
-  const Side source = side(static_cast<AVPixelFormat>(frame->format), frame->width, frame->height);
-  const Side target = side(to.format, to.width, to.height);
-  if (source.key() == target.key()) {
-    frame->format = to.format;
-    return frame;
+/// What a frame says of its colours counts; where it says nothing, they are the clip's.
+Converter::Side Converter::sideOf(const AVFrame& frame) const {
+  const auto format = static_cast<AVPixelFormat>(frame.format);
+  Side side = clipSide({format, frame.width, frame.height});
+  if (IsRgb(format) || IsFullRangeFormat(format)) return side;
+  if (frame.color_range != AVCOL_RANGE_UNSPECIFIED) side.fullRange = frame.color_range == AVCOL_RANGE_JPEG;
+  if (frame.colorspace != AVCOL_SPC_UNSPECIFIED) side.coefficients = CoefficientsOf(format, frame.colorspace);
+  return side;
+}
+
+FramePtr Converter::scale(const AVFrame& frame, const Side& from, const Side& to) {
+  ScalerPtr& scaler = scalers_[{from, to}];
+  if (!scaler) {
+    // Exact arithmetic that is the same on every processor, and chroma at full resolution on its way to RGB.
+    constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_BITEXACT | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
+    scaler.reset(sws_getContext(from.shape.width, from.shape.height, from.shape.format, to.shape.width, to.shape.height,
+                                to.shape.format, kFlags, nullptr, nullptr, nullptr));
+    if (!scaler) {
+      Fail("cannot convert {} {}x{} to {} {}x{}", FormatName(from.shape.format), from.shape.width, from.shape.height,
+           FormatName(to.shape.format), to.shape.width, to.shape.height);
+    }
+    constexpr int kUnit = 1 << 16;
+    sws_setColorspaceDetails(scaler.get(), from.coefficients.data(), from.fullRange ? 1 : 0, to.coefficients.data(),
+                             to.fullRange ? 1 : 0, 0, kUnit, kUnit);
   }
-  FramePtr converted = NewPicture(to.format, to.width, to.height);
-  av_frame_copy_props(converted.get(), frame.get());
-  const int rows = sws_scale(&scalerFor(source, target), frame->data, frame->linesize, 0, frame->height, converted->data,
-                             converted->linesize);
-  if (rows != to.height) Fail("cannot convert {} to {}", FormatName(frame->format), FormatName(to.format));
-  converted->color_range = target.fullRange ? AVCOL_RANGE_JPEG : colour_.range;
-  converted->colorspace = IsRgb(to.format) ? AVCOL_SPC_RGB : colour_.space;
-  return converted;
+  FramePtr scaled = NewPicture(to.shape.format, to.shape.width, to.shape.height);
+  av_frame_copy_props(scaled.get(), &frame);
+  const int rows = sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, scaled->data, scaled->linesize);
+  if (rows != to.shape.height) Fail("cannot convert {} to {}", FormatName(from.shape.format), FormatName(to.shape.format));
+  const bool rgb = IsRgb(to.shape.format);
+  scaled->color_range = to.fullRange ? AVCOL_RANGE_JPEG : colour_.range;
+  scaled->colorspace = rgb ? AVCOL_SPC_RGB : colour_.space;
+  return scaled;
+}
+
+FramePtr Converter::convert(FramePtr frame, AVPixelFormat format) {
+  const Side from = sideOf(*frame);
+  const Side to = clipSide({format, frame->width, frame->height});
+  if (from.key() != to.key()) frame = scale(*frame, from, to);
+  frame->format = format;
+  return frame;
+}
+
+FramePtr Converter::fit(FramePtr frame, const PictureShape& to, AVRational sampleAspectRatio) {
+  if (frame->width == to.width && frame->height == to.height) return convert(std::move(frame), to.format);
+  const auto ratio = [](AVRational value) { return value.num > 0 && value.den > 0 ? av_q2d(value) : 1.0; };
+  const double width = frame->width * ratio(frame->sample_aspect_ratio) / ratio(sampleAspectRatio);
+  const double factor = std::min(to.width / width, static_cast<double>(to.height) / frame->height);
+  const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(to.format);
+  // On whole chroma samples, so that the bars are free of colour.
+  const auto whole = [](int size, int shift) { return std::max(size >> shift << shift, 1); };
+  const int innerWidth = std::min(to.width, whole(static_cast<int>(std::lround(width * factor)), descriptor.log2_chroma_w));
+  const int innerHeight =
+      std::min(to.height, whole(static_cast<int>(std::lround(frame->height * factor)), descriptor.log2_chroma_h));
+  const FramePtr inner = scale(*frame, sideOf(*frame), clipSide({to.format, innerWidth, innerHeight}));
+
+  FramePtr fitted = NewPicture(to.format, to.width, to.height);
+  av_frame_copy_props(fitted.get(), inner.get());
+  fitted->sample_aspect_ratio = sampleAspectRatio;
+  std::array<std::ptrdiff_t, 4> lines{};
+  std::copy_n(fitted->linesize, lines.size(), lines.begin());
+  av_image_fill_black(fitted->data, lines.data(), to.format, inner->color_range, to.width, to.height);
+  const int left = (to.width - innerWidth) / 2 >> descriptor.log2_chroma_w << descriptor.log2_chroma_w;
+  const int top = (to.height - innerHeight) / 2 >> descriptor.log2_chroma_h << descriptor.log2_chroma_h;
+  std::array<std::uint8_t*, 4> corner = PixelAt(*fitted, left, top);
+  av_image_copy(corner.data(), fitted->linesize, const_cast<const std::uint8_t**>(inner->data), inner->linesize, to.format,
+                innerWidth, innerHeight);
+  return fitted;
+}
+
+FramePtr Converter::enlarge(FramePtr frame, int percentX, int percentY) {
+  if (percentX <= 100 && percentY <= 100) return frame;
+  const auto format = static_cast<AVPixelFormat>(frame->format);
+  const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(format);
+  const auto part = [](int size, int percent, int shift) {
+    const int visible = std::max(1, static_cast<int>(std::lround(size * 100.0 / std::max(percent, 100))));
+    return std::clamp(visible >> shift << shift, 1, size);
+  };
+  const int width = part(frame->width, percentX, descriptor.log2_chroma_w);
+  const int height = part(frame->height, percentY, descriptor.log2_chroma_h);
+  const int left = (frame->width - width) / 2 >> descriptor.log2_chroma_w << descriptor.log2_chroma_w;
+  const int top = (frame->height - height) / 2 >> descriptor.log2_chroma_h << descriptor.log2_chroma_h;
+  const FramePtr middle = NewFrame();
+  if (av_frame_ref(middle.get(), frame.get()) < 0) throw std::bad_alloc();
+  const std::array<std::uint8_t*, 4> corner = PixelAt(*frame, left, top);
+  std::copy(corner.begin(), corner.end(), middle->data);
+  middle->width = width;
+  middle->height = height;
+  return scale(*middle, sideOf(*middle), clipSide({format, frame->width, frame->height}));
 }
 
 FramePtr PadByEdge(FramePtr frame, int width, int height) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <map>
 #include <tuple>
 #include <utility>
@@ -8,7 +9,7 @@
 
 namespace norix::host {
 
-/// How the clip's numbers stand for colours; the same for all its frames.
+/// How a clip's numbers stand for colours; the same for all its frames.
 struct Colour {
   AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
   AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
@@ -29,26 +30,35 @@ AVPixelFormat WithoutRange(AVPixelFormat format);
 /// True for the old formats whose name says full range.
 bool IsFullRangeFormat(AVPixelFormat format);
 
-/// Turns pictures from one format and size into another. For one thread at a time.
+/// Turns pictures into a format of the clip's colours. For one thread at a time.
 class Converter {
 public:
   explicit Converter(const Colour& colour) : colour_(colour) {}
 
-  /// The frame itself when it has that shape already, else a new one with the same properties. A full-range format as the
-  /// target changes the range too.
-  FramePtr convert(FramePtr frame, PictureShape to);
+  /// The frame itself when it is so already, else a new one with the same properties. A full-range format as the target
+  /// changes the range too. Sizes are as in the frame.
+  FramePtr convert(FramePtr frame, AVPixelFormat format);
+
+  /// The same in another size: as large as fits without distortion, in the middle, on black.
+  FramePtr fit(FramePtr frame, const PictureShape& to, AVRational sampleAspectRatio);
+
+  /// The picture enlarged about its centre, by percent of width and height; what goes beyond its borders is cut off.
+  FramePtr enlarge(FramePtr frame, int percentX, int percentY);
 
 private:
   /// One side of a conversion.
   struct Side {
     PictureShape shape;
     bool fullRange;
+    std::array<int, 4> coefficients;  ///< of the YUV matrix
 
-    auto key() const { return std::make_tuple(shape.format, shape.width, shape.height, fullRange); }
+    auto key() const { return std::make_tuple(shape.format, shape.width, shape.height, fullRange, coefficients); }
     bool operator<(const Side& other) const { return key() < other.key(); }
   };
 
-  SwsContext& scalerFor(const Side& from, const Side& to);
+  Side sideOf(const AVFrame& frame) const;
+  Side clipSide(const PictureShape& shape) const;
+  FramePtr scale(const AVFrame& frame, const Side& from, const Side& to);
 
   Colour colour_;
   std::map<std::pair<Side, Side>, ScalerPtr> scalers_;

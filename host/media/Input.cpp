@@ -58,6 +58,9 @@ Input::Input(const std::string& url) : url_(url), format_(OpenFormat(url)) {
   }
   video_ = FindVideo(*format_, url);
   openDecoder();
+  if (decoder_->pix_fmt == AV_PIX_FMT_NONE || decoder_->width < 1 || decoder_->height < 1) {
+    Fail("'{}' has no picture that can be decoded", url);
+  }
 }
 
 void Input::openDecoder() {
@@ -78,6 +81,11 @@ void Input::openDecoder() {
 AVRational Input::frameRate() const {
   const AVRational rate = av_guess_frame_rate(format_.get(), &video(), nullptr);
   return rate.num > 0 && rate.den > 0 ? rate : AVRational{25, 1};
+}
+
+const AVStream* Input::sound() const {
+  const int best = av_find_best_stream(format_.get(), AVMEDIA_TYPE_AUDIO, -1, static_cast<int>(video_), nullptr, 0);
+  return best < 0 ? nullptr : format_->streams[best];
 }
 
 std::optional<Reading> Input::read() {
@@ -143,6 +151,8 @@ void Input::finishTimes(AVFrame& frame) {
   if (frame.pts == AV_NOPTS_VALUE) frame.pts = lastTime_ == AV_NOPTS_VALUE ? 0 : lastTime_ + regular;
   if (lastTime_ != AV_NOPTS_VALUE && frame.pts <= lastTime_) frame.pts = lastTime_ + 1;
   lastTime_ = frame.pts;
+  // The container may know what the pictures themselves do not say.
+  frame.sample_aspect_ratio = av_guess_sample_aspect_ratio(format_.get(), &video(), &frame);
 }
 
 void Input::noteDamage(const std::string& what) {
@@ -161,11 +171,13 @@ void Input::noteEnd(const AVPacket& packet) {
 void Input::checkLength() {
   constexpr std::int64_t kTolerance = AV_TIME_BASE / 2;
   if (format_->duration_estimation_method != AVFMT_DURATION_FROM_STREAM || format_->duration <= 0) return;
-  const std::int64_t start = format_->start_time == AV_NOPTS_VALUE ? 0 : format_->start_time;
-  const std::int64_t length = end_ - start;
-  if (length + kTolerance >= format_->duration) return;
+  if (end_ + kTolerance >= format_->duration) return;
   const auto seconds = [](std::int64_t time) { return static_cast<double>(time) / AV_TIME_BASE; };
-  noteDamage(fmt::format("it ends after {:.1f} of {:.1f} seconds", seconds(length), seconds(format_->duration)));
+  noteDamage(fmt::format("it ends after {:.1f} of {:.1f} seconds", seconds(end_), seconds(format_->duration)));
+}
+
+std::int64_t TimesBefore(std::int64_t length, AVRational timeBase, AVRational rate) {
+  return std::max<std::int64_t>(0, av_rescale_q_rnd(length - 1, timeBase, av_inv_q(rate), AV_ROUND_UP));
 }
 
 std::optional<ClipScan> ScanClip(const std::string& url) {
@@ -174,11 +186,15 @@ std::optional<ClipScan> ScanClip(const std::string& url) {
   Input input(url);
   const AVRational timeBase = input.video().time_base;
   const AVRational frameTime = av_inv_q(input.frameRate());
-  ClipScan scan = {.frames = 0, .constantRate = true};
+  const std::int64_t regular = av_rescale_q(1, frameTime, timeBase);
+  ClipScan scan = {.frames = 0, .start = 0, .end = 0, .constantRate = true};
   const PacketPtr packet = NewPacket();
   while (!Interrupted() && av_read_frame(&input.format(), packet.get()) >= 0) {
     // Packets that only help to decode others have no picture of their own.
     if (packet->stream_index == input.video().index && (packet->flags & AV_PKT_FLAG_DISCARD) == 0) {
+      const std::int64_t begin = packet->pts == AV_NOPTS_VALUE ? scan.end : packet->pts;
+      scan.start = scan.frames == 0 ? begin : std::min(scan.start, begin);
+      scan.end = std::max(scan.end, begin + (packet->duration > 0 ? packet->duration : regular));
       ++scan.frames;
       const std::int64_t frame = av_rescale_q(packet->pts, timeBase, frameTime);
       if (packet->pts == AV_NOPTS_VALUE || av_rescale_q(frame, frameTime, timeBase) != packet->pts)

@@ -26,6 +26,8 @@ public:
   const std::string& url() const { return url_; }
   AVFormatContext& format() const { return *format_; }
   AVStream& video() const { return *format_->streams[video_]; }
+  /// The sound stream that players would choose; null without sound.
+  const AVStream* sound() const;
   const AVCodecContext& decoder() const { return *decoder_; }
   AVRational frameRate() const;
 
@@ -64,9 +66,15 @@ private:
 /// What reading all of a file once, without decoding, tells about its video.
 struct ClipScan {
   std::int64_t frames = 0;
+  std::int64_t start = 0;  ///< of the first picture, in the stream's time base
+  std::int64_t end = 0;    ///< of the last picture
   /// Every time stamp is the nearest tick to a multiple of the frame duration.
   bool constantRate = false;
 };
+
+/// The number of times 0, 1 / rate, 2 / rate ... that lie before `length`, which has ticks of `timeBase`. A tick of
+/// rounding in a time stamp makes no difference.
+std::int64_t TimesBefore(std::int64_t length, AVRational timeBase, AVRational rate);
 
 /// Scans a file; nullopt for what cannot be read twice (pipes, addresses).
 std::optional<ClipScan> ScanClip(const std::string& url);

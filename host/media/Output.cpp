@@ -104,7 +104,7 @@ void Output::CloseOutput::operator()(AVFormatContext* format) const {
   avformat_free_context(format);
 }
 
-Output::Output(const OutputWishes& wishes, const Input& input, const VideoForm& form)
+Output::Output(const OutputWishes& wishes, const Input& input, const VideoForm& form, OtherStreams others)
     : file_(wishes.path, wishes.overwrite), name_(wishes.path.string()), frameTimeBase_(form.timeBase) {
   AVFormatContext* format = nullptr;
   avformat_alloc_output_context2(&format, nullptr, nullptr, wishes.path.filename().c_str());
@@ -116,7 +116,7 @@ Output::Output(const OutputWishes& wishes, const Input& input, const VideoForm& 
   for (const auto& [key, value] : wishes.options) options_.set(key, value);
   openEncoder(wishes, form);
   addVideoStream(input, form);
-  addStreams(input);
+  if (others == OtherStreams::kKeep) addStreams(input);
   CopyMetadata(&format_->metadata, input.format().metadata);
   copyChapters(input.format());
   openFile();
@@ -244,10 +244,7 @@ Output::Passage Output::addOtherStream(const Input& input, unsigned index) {
   Passage passage;
   const AVCodecParameters& codec = *from.codecpar;
   const bool copied = Takes(container, from);
-  const AVCodec* audioEncoder = nullptr;
-  if (!copied && codec.codec_type == AVMEDIA_TYPE_AUDIO && container.audio_codec != AV_CODEC_ID_NONE) {
-    audioEncoder = avcodec_find_encoder(container.audio_codec);
-  }
+  const AVCodec* audioEncoder = !copied && codec.codec_type == AVMEDIA_TYPE_AUDIO ? usualSoundEncoder() : nullptr;
   if (!copied && !audioEncoder) {
     if (!isSinglePicture()) note(fmt::format("{} is left out: {} files do not take it", StreamName(from), container.name));
     return passage;
@@ -262,8 +259,8 @@ Output::Passage Output::addOtherStream(const Input& input, unsigned index) {
   } else {
     const bool globalHeader = (container.flags & AVFMT_GLOBALHEADER) != 0;
     passage.transcoder = std::make_unique<AudioTranscoder>(from, *audioEncoder, globalHeader);
-    avcodec_parameters_from_context(to->codecpar, &passage.transcoder->encoder());
-    to->time_base = passage.transcoder->encoder().time_base;
+    avcodec_parameters_from_context(to->codecpar, &passage.transcoder->codec());
+    to->time_base = passage.transcoder->codec().time_base;
     note(fmt::format("{} is encoded anew as {}: {} files do not take it as it is", StreamName(from), audioEncoder->name,
                      container.name));
   }
@@ -288,15 +285,16 @@ void Output::copyChapters(const AVFormatContext& from) {
   }
 }
 
-void Output::startAt(std::int64_t time, AVRational timeBase) {
+void Output::startAt(std::int64_t time, AVRational timeBase, std::optional<std::int64_t> length) {
   offset_ = time;
   offsetTimeBase_ = timeBase;
   unsigned kept = 0;
   for (unsigned i = 0; i < format_->nb_chapters; ++i) {
     AVChapter* chapter = format_->chapters[i];
+    const auto last = length ? av_rescale_q(*length, timeBase, chapter->time_base) : chapter->end;
     chapter->start = std::max<std::int64_t>(0, chapter->start - offsetIn(chapter->time_base));
-    chapter->end = std::max<std::int64_t>(0, chapter->end - offsetIn(chapter->time_base));
-    if (chapter->end > 0) {
+    chapter->end = std::min(chapter->end - offsetIn(chapter->time_base), last);
+    if (chapter->end > chapter->start) {
       format_->chapters[kept++] = chapter;
     } else {
       av_dict_free(&chapter->metadata);
@@ -378,7 +376,8 @@ void Output::writePacket(AVPacket& packet) {
   if (packet.pts != AV_NOPTS_VALUE) packet.pts -= offsetIn(timeBase);
   if (packet.dts != AV_NOPTS_VALUE) packet.dts -= offsetIn(timeBase);
   if (passage.transcoder) {
-    passage.transcoder->transcode(packet, [&](AVPacket& out) { writeTranscoded(passage, out); });
+    passage.transcoder->transcode(
+        packet, [&](AVPacket& out) { writeEncoded(passage.stream, passage.transcoder->codec().time_base, out); });
     return;
   }
   const AVStream& stream = *format_->streams[passage.stream];
@@ -394,10 +393,39 @@ void Output::writePacket(AVPacket& packet) {
   write(packet);
 }
 
-void Output::writeTranscoded(const Passage& passage, AVPacket& packet) {
-  packet.stream_index = passage.stream;
-  av_packet_rescale_ts(&packet, passage.transcoder->encoder().time_base, format_->streams[passage.stream]->time_base);
+void Output::writeEncoded(int stream, AVRational timeBase, AVPacket& packet) {
+  packet.stream_index = stream;
+  av_packet_rescale_ts(&packet, timeBase, format_->streams[stream]->time_base);
   write(packet);
+}
+
+const AVCodec* Output::usualSoundEncoder() const {
+  const AVCodecID codec = format_->oformat->audio_codec;
+  return codec == AV_CODEC_ID_NONE ? nullptr : avcodec_find_encoder(codec);
+}
+
+AudioEncoder* Output::addSound(const AVStream& like) {
+  const AVCodec* codec = usualSoundEncoder();
+  if (!codec) {
+    note(fmt::format("the sound is left out: this FFmpeg cannot encode any for {} files", format_->oformat->name));
+    return nullptr;
+  }
+  const bool globalHeader = (format_->oformat->flags & AVFMT_GLOBALHEADER) != 0;
+  sound_ = std::make_unique<AudioEncoder>(*codec, *like.codecpar, globalHeader);
+  AVStream* stream = OrBadAlloc(avformat_new_stream(format_.get(), nullptr));
+  avcodec_parameters_from_context(stream->codecpar, &sound_->codec());
+  stream->time_base = sound_->codec().time_base;
+  stream->disposition = like.disposition;
+  CopyMetadata(&stream->metadata, like.metadata);
+  soundStream_ = stream->index;
+  return sound_.get();
+}
+
+AudioEncoder::Write Output::soundWriter() {
+  return [this](AVPacket& packet) {
+    if (!headerWritten_) writeHeader();
+    writeEncoded(soundStream_, sound_->codec().time_base, packet);
+  };
 }
 
 void Output::write(AVPacket& packet) {
@@ -408,7 +436,9 @@ void Output::write(AVPacket& packet) {
 void Output::finish() {
   encode(nullptr);
   for (Passage& passage : passages_) {
-    if (passage.transcoder) passage.transcoder->finish([&](AVPacket& packet) { writeTranscoded(passage, packet); });
+    if (!passage.transcoder) continue;
+    passage.transcoder->finish(
+        [&](AVPacket& packet) { writeEncoded(passage.stream, passage.transcoder->codec().time_base, packet); });
   }
   if (const int code = av_write_trailer(format_.get()); code < 0) failToWrite(code);
   if (format_->pb && (format_->oformat->flags & AVFMT_NOFILE) == 0) {
@@ -428,6 +458,7 @@ std::string Output::description() const {
     text += fmt::format(", {}{}", avcodec_get_name(format_->streams[passage.stream]->codecpar->codec_id),
                         passage.transcoder ? "" : " (copied)");
   }
+  if (sound_) text += fmt::format(", {}", avcodec_get_name(sound_->codec().codec_id));
   return text;
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "media/AudioTranscoder.h"
+#include "media/Audio.h"
 #include "media/Av.h"
 #include "media/Converter.h"
 #include "media/Input.h"
@@ -35,11 +35,17 @@ struct VideoForm {
   Colour colour;
 };
 
+/// What becomes of the input's streams other than the video.
+enum class OtherStreams {
+  kKeep,
+  kLeaveOut,  ///< the caller adds its own sound
+};
+
 /// A file with one encoded video stream and the input's other streams, under its final name only when whole.
 class Output {
 public:
   /// Opens the encoder and the file. Streams of `input` that the container does not take are left out, which notes() says.
-  Output(const OutputWishes& wishes, const Input& input, const VideoForm& form);
+  Output(const OutputWishes& wishes, const Input& input, const VideoForm& form, OtherStreams others = OtherStreams::kKeep);
   ~Output();
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
@@ -53,11 +59,18 @@ public:
   /// Encodes a picture of shape(), whose time stamp is changed. Time stamps rise.
   void writeFrame(AVFrame& frame);
 
+  /// Adds a sound stream in the container's usual codec, for samples like those of `like`. Null when the container takes no
+  /// sound or this FFmpeg cannot encode it, which notes() says. Before the first write.
+  AudioEncoder* addSound(const AVStream& like);
+
+  /// What addSound()'s encoder is to be called with.
+  AudioEncoder::Write soundWriter();
+
   /// Writes a packet of another stream of the input; ignores streams that were left out.
   void writePacket(AVPacket& packet);
 
-  /// Moves all times earlier by so much, and cuts the chapters to what remains. Before the first write.
-  void startAt(std::int64_t time, AVRational timeBase);
+  /// Moves all times earlier by `time` and cuts the chapters to what remains, or to `length` of it. Before the first write.
+  void startAt(std::int64_t time, AVRational timeBase, std::optional<std::int64_t> length = std::nullopt);
 
   /// Writes what is still held back and gives the file its name.
   void finish();
@@ -87,7 +100,8 @@ private:
   void writeHeader();
   bool isSinglePicture() const;
   void encode(const AVFrame* frame);
-  void writeTranscoded(const Passage& passage, AVPacket& packet);
+  void writeEncoded(int stream, AVRational timeBase, AVPacket& packet);
+  const AVCodec* usualSoundEncoder() const;
   void write(AVPacket& packet);
   std::int64_t offsetIn(AVRational timeBase) const;
   [[noreturn]] void failToWrite(int code) const;
@@ -99,7 +113,9 @@ private:
   CodecPtr encoder_;
   Options options_;  // the user's that the encoder did not take
   AVStream* video_ = nullptr;
-  std::vector<Passage> passages_;  // one per stream of the input
+  std::vector<Passage> passages_;        // one per stream of the input
+  std::unique_ptr<AudioEncoder> sound_;  // the caller's own
+  int soundStream_ = -1;
   std::vector<AVRational> inputTimeBases_;
   AVRational frameTimeBase_;
   std::int64_t lastFrameTime_ = AV_NOPTS_VALUE;     // in the encoder's time base

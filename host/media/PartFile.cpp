@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <system_error>
 
@@ -60,6 +61,15 @@ void PartFile::keep() {
   if (result != 0 && errno == EEXIST) FailExists(final_);
   if (result != 0) Fail("cannot rename the result to '{}': {}", final_.string(), std::strerror(errno));
   kept_ = true;
+}
+
+void WriteWholeFile(const fs::path& path, std::string_view content, bool overwrite) {
+  PartFile file(path, overwrite);
+  std::ofstream stream(file.partPath(), std::ios::binary);
+  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+  stream.close();
+  if (!stream) Fail("cannot write '{}': {}", path.string(), std::strerror(errno));
+  file.keep();
 }
 
 }  // namespace norix::host

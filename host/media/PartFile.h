@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 namespace norix::host {
 
@@ -26,5 +27,8 @@ private:
   bool overwrite_;
   bool kept_ = false;
 };
+
+/// Writes a file in one go; whole or not at all.
+void WriteWholeFile(const std::filesystem::path& path, std::string_view content, bool overwrite);
 
 }  // namespace norix::host

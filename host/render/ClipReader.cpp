@@ -19,48 +19,74 @@ std::int64_t TimeOf(const AVPacket& packet) { return packet.pts != AV_NOPTS_VALU
 
 }  // namespace
 
-ClipReader::ClipReader(Input& input, std::int64_t firstFrame, std::optional<std::int64_t> frameCount)
+ClipReader::ClipReader(Input& input, std::int64_t firstFrame, std::optional<std::int64_t> frameCount, const char* option)
     : input_(input), firstFrame_(firstFrame), passedEnd_(input.format().nb_streams, false) {
   constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
   if (frameCount && *frameCount <= kMost - firstFrame) endFrame_ = firstFrame + *frameCount;
-  std::vector<PacketPtr> packets;
   while (true) {
     std::optional<Reading> reading = input_.read();
     if (Interrupted()) throw Failure(kInterrupted, "interrupted");
     if (!reading) {
       if (nextIndex_ == 0) Fail("'{}' has no picture that can be decoded", input_.url());
-      FailUsage("'{}' has {} frames; --start-frame {} lies behind its end", input_.url(), nextIndex_, firstFrame_);
+      FailUsage("'{}' has {} frames; {} {} lies behind its end", input_.url(), nextIndex_, option, firstFrame_);
     }
-    std::move(reading->packets.begin(), reading->packets.end(), std::back_inserter(packets));
+    hold(reading->packets);
     if (!reading->frame) continue;
-    startTime_ = reading->frame->pts;
     // The piece begins here or later: what lies before will not be asked for.
-    dropStrangers(packets);
+    startTime_ = reachedTime_ = reading->frame->pts;
+    held_.erase(std::remove_if(held_.begin(), held_.end(), [&](const PacketPtr& packet) { return !belongs(*packet); }),
+                held_.end());
     if (nextIndex_++ < firstFrame_) continue;
-    first_ = ClipPart{nextIndex_ - 1, std::move(reading->frame), std::move(packets)};
+    pending_ = std::move(reading->frame);
     return;
   }
 }
 
 std::optional<ClipPart> ClipReader::next() {
-  if (first_) return std::exchange(first_, std::nullopt);
   while (!done_) {
-    std::optional<Reading> reading = input_.read();
-    if (!reading) break;
-    ClipPart part = {nextIndex_, nullptr, std::move(reading->packets)};
-    if (reading->frame) {
-      const std::int64_t index = nextIndex_++;
-      if (endFrame_ && index == *endFrame_) endTime_ = reading->frame->pts;
-      if (!endTime_) part.frame = std::move(reading->frame);
+    ClipPart part;
+    part.index = nextIndex_ - 1;
+    FramePtr frame = std::move(pending_);
+    if (!frame) {
+      std::optional<Reading> reading = input_.read();
+      if (reading) {
+        hold(reading->packets);
+        frame = std::move(reading->frame);
+        if (frame) part.index = nextIndex_++;
+      }
+      done_ = !reading;
     }
-    if (endTime_) {
-      for (const PacketPtr& packet : part.packets) notePassed(*packet);
-      if (othersHavePassedEnd(reading->frame ? reading->frame->pts : *endTime_)) done_ = true;
+    if (frame) {
+      reachedTime_ = frame->pts;
+      if (endFrame_ && part.index == *endFrame_) endTime_ = frame->pts;
+      if (!endTime_) part.frame = std::move(frame);
     }
-    dropStrangers(part.packets);
+    part.packets = takeSettled(done_);
+    if (endTime_ && othersHavePassedEnd(reachedTime_)) done_ = true;
     if (part.frame || !part.packets.empty()) return part;
   }
   return std::nullopt;
+}
+
+void ClipReader::hold(std::vector<PacketPtr>& packets) {
+  std::move(packets.begin(), packets.end(), std::back_inserter(held_));
+}
+
+/// The packets of which it is sure that they belong to the piece. `all`: there is no end but the clip's.
+std::vector<PacketPtr> ClipReader::takeSettled(bool all) {
+  passedEnd_.resize(input_.format().nb_streams, false);  // some containers announce streams late
+  std::vector<PacketPtr> settled;
+  std::vector<PacketPtr> open;
+  for (PacketPtr& packet : held_) {
+    if (endTime_ && TimeOf(*packet) != AV_NOPTS_VALUE && !isBefore(*packet, *endTime_)) {
+      passedEnd_.at(static_cast<std::size_t>(packet->stream_index)) = true;
+    }
+    if (!belongs(*packet)) continue;
+    const bool sure = all || !endFrame_ || endTime_ || TimeOf(*packet) == AV_NOPTS_VALUE || isBefore(*packet, reachedTime_);
+    (sure ? settled : open).push_back(std::move(packet));
+  }
+  held_ = std::move(open);
+  return settled;
 }
 
 bool ClipReader::isBefore(const AVPacket& packet, std::int64_t time) const {
@@ -74,24 +100,13 @@ bool ClipReader::belongs(const AVPacket& packet) const {
   return !endTime_ || isBefore(packet, *endTime_);
 }
 
-void ClipReader::dropStrangers(std::vector<PacketPtr>& packets) {
-  packets.erase(std::remove_if(packets.begin(), packets.end(), [&](const PacketPtr& packet) { return !belongs(*packet); }),
-                packets.end());
-}
-
-void ClipReader::notePassed(const AVPacket& packet) {
-  const auto stream = static_cast<std::size_t>(packet.stream_index);
-  if (stream >= passedEnd_.size()) passedEnd_.resize(stream + 1, false);
-  if (TimeOf(packet) != AV_NOPTS_VALUE && !isBefore(packet, *endTime_)) passedEnd_[stream] = true;
-}
-
 bool ClipReader::othersHavePassedEnd(std::int64_t videoTime) const {
   const std::int64_t lag = av_rescale_q(kMostLagSeconds, {1, 1}, input_.video().time_base);
   if (videoTime > *endTime_ + lag) return true;
   for (unsigned i = 0; i < input_.format().nb_streams; ++i) {
     // Only sound comes in steadily; other streams may have nothing to say for long.
     const bool sound = input_.format().streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-    if (sound && !(i < passedEnd_.size() && passedEnd_[i])) return false;
+    if (sound && !passedEnd_[i]) return false;
   }
   return true;
 }

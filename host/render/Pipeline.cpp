@@ -1,50 +1,92 @@
 #include "render/Pipeline.h"
 
-#include <tbb/enumerable_thread_specific.h>
-#include <tbb/global_control.h>
-#include <tbb/parallel_pipeline.h>
-#include <tbb/task_arena.h>
-
+#include <future>
 #include <memory>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "Interrupt.h"
+#include "render/BoundedQueue.h"
+#include "render/Workers.h"
 
 namespace norix::host {
 
-std::int64_t RunPipeline(ClipReader& reader, const Chain& chain, Output& output, int threads, Progress& progress) {
-  using Job = std::shared_ptr<ClipPart>;
-  // Enough that no thread waits for work; few, so that memory stays small however long the clip is.
-  const auto atWork = static_cast<std::size_t>(threads) + 2;
-  const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
-  tbb::task_arena arena(threads);
-  tbb::enumerable_thread_specific<Chain> chains(chain);
+namespace {
+
+/// Chains for as many threads as need one at the same time.
+class Chains {
+public:
+  explicit Chains(const Chain& prototype) : prototype_(prototype) {}
+
+  FramePtr apply(FramePtr frame, std::int64_t index, const PictureShape& wanted) {
+    std::unique_ptr<Chain> chain = take();
+    FramePtr result = chain->apply(std::move(frame), index, wanted);
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(chain));
+    return result;
+  }
+
+private:
+  std::unique_ptr<Chain> take() {
+    const std::lock_guard lock(mutex_);
+    if (idle_.empty()) return std::make_unique<Chain>(prototype_);
+    std::unique_ptr<Chain> chain = std::move(idle_.back());
+    idle_.pop_back();
+    return chain;
+  }
+
+  const Chain& prototype_;
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<Chain>> idle_;
+};
+
+}  // namespace
+
+std::int64_t RunPipeline(const PipelineEnds& ends, const Chain& chain, Output& output, int threads, Progress& progress) {
   const PictureShape wanted = output.shape();
+  Chains chains(chain);
+  // Enough that no thread waits for work; few, so that memory stays small however long the clip is.
+  BoundedQueue<std::future<ClipPart>> rendered(static_cast<std::size_t>(threads) + 2);
+  Workers workers(chain.inOrder() ? 1 : threads);
+
   std::int64_t written = 0;
-
-  const auto read = [&](tbb::flow_control& flow) -> Job {
-    auto part = Interrupted() ? std::nullopt : reader.next();
-    if (part) return std::make_shared<ClipPart>(std::move(*part));
-    flow.stop();
-    return nullptr;
-  };
-  const auto render = [&](const Job& job) {
-    if (job->frame) job->frame = chains.local().apply(std::move(job->frame), job->index, wanted);
-    return job;
-  };
-  const auto write = [&](const Job& job) {
-    for (const PacketPtr& packet : job->packets) output.writePacket(*packet);
-    if (!job->frame) return;
-    output.writeFrame(*job->frame);
-    progress.update(++written);
-  };
-
-  const tbb::filter_mode renderMode = chain.inOrder() ? tbb::filter_mode::serial_in_order : tbb::filter_mode::parallel;
-  arena.execute([&] {
-    tbb::parallel_pipeline(atWork, tbb::make_filter<void, Job>(tbb::filter_mode::serial_in_order, read) &
-                                       tbb::make_filter<Job, Job>(renderMode, render) &
-                                       tbb::make_filter<Job, void>(tbb::filter_mode::serial_in_order, write));
+  std::future<void> writing = std::async(std::launch::async, [&] {
+    try {
+      while (std::optional<std::future<ClipPart>> next = rendered.pop()) {
+        ClipPart part = next->get();
+        ends.writePackets(part);
+        if (!part.frame) continue;
+        output.writeFrame(*part.frame);
+        progress.update(++written);
+      }
+    } catch (...) {
+      rendered.close();  // nothing more can be written: reading may end
+      throw;
+    }
   });
+
+  const auto readAll = [&] {
+    while (!Interrupted()) {
+      std::optional<ClipPart> part = ends.read();
+      if (!part) return;
+      const auto shared = std::make_shared<ClipPart>(std::move(*part));
+      const bool wantedStill = rendered.push(workers.run([shared, &chains, wanted] {
+        if (shared->frame) shared->frame = chains.apply(std::move(shared->frame), shared->index, wanted);
+        return std::move(*shared);
+      }));
+      if (!wantedStill) return;
+    }
+  };
+  try {
+    readAll();
+  } catch (...) {
+    rendered.close();
+    writing.wait();
+    throw;
+  }
+  rendered.close();
+  writing.get();
   return written;
 }
 

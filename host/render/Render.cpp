@@ -1,26 +1,20 @@
 #include "render/Render.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
+#include <cmath>
+#include <utility>
+#include <variant>
 
-#include "Interrupt.h"
 #include "engine/Catalogue.h"
+#include "engine/Effect.h"
 #include "render/ClipReader.h"
+#include "render/FileRun.h"
 #include "render/Pipeline.h"
+#include "render/Workers.h"
 
 namespace norix::host {
 
 namespace {
-
-namespace fs = std::filesystem;
-
-/// The format of the engine's that is nearest to the clip's own, so that as little as possible is converted.
-AVPixelFormat FamilyOf(AVPixelFormat clip) {
-  const AVPixFmtDescriptor& descriptor = *av_pix_fmt_desc_get(clip);
-  if ((descriptor.flags & AV_PIX_FMT_FLAG_ALPHA) != 0 || clip == AV_PIX_FMT_PAL8) return AV_PIX_FMT_BGRA;
-  return (descriptor.flags & AV_PIX_FMT_FLAG_RGB) != 0 ? AV_PIX_FMT_RGB24 : AV_PIX_FMT_YUV420P;
-}
 
 AVPixelFormat WishedFormat(const std::string& name) {
   const AVPixelFormat format = av_get_pix_fmt(name.c_str());
@@ -30,37 +24,39 @@ AVPixelFormat WishedFormat(const std::string& name) {
   return format;
 }
 
-Colour ColourOf(const AVCodecContext& decoder) {
-  const bool fullRange = IsFullRangeFormat(decoder.pix_fmt);
-  return {fullRange ? AVCOL_RANGE_JPEG : decoder.color_range, decoder.color_primaries, decoder.color_trc,
-          decoder.colorspace, decoder.chroma_sample_location};
+void CheckStep(const EffectRequest& effect) {
+  const EffectInfo& info = FindEffect(effect.name);
+  if (!Renders(info.name)) FailUsage("the effect \"{}\" has no picture", info.name);
+  for (const FieldValue& set : effect.fields) FindField(info, set.field);
 }
+
+void CheckStep(const GroupRequest& group) { FindGroup(group.name); }
 
 void CheckRequest(const RenderRequest& request) {
-  if (!EngineSharesPixelFormats()) {
-    Fail("the engine was built for another libavutil: its pixel formats are numbered differently");
-  }
-  if (request.effects.empty()) FailUsage("no effect given; add --effect NAME, and see `norix list`");
-  for (const EffectRequest& effect : request.effects) {
-    const EffectInfo& info = FindEffect(effect.name);
-    if (!Renders(info.name)) FailUsage("the effect \"{}\" has no picture in this version of the engine", info.name);
-    for (const FieldValue& set : effect.fields) FindField(info, set.field);
-  }
-  std::error_code ignored;
-  if (fs::equivalent(request.input, request.output.path, ignored)) {
-    Fail("'{}' is input and output; name another output, and rename it afterwards", request.input);
-  }
+  CheckEngine();
+  if (request.steps.empty()) FailUsage("no effect given; add --effect NAME or --group NAME, and see `norix list`");
+  for (const StepRequest& step : request.steps) std::visit([](const auto& each) { CheckStep(each); }, step);
+  CheckNotInput(request.output.path, request.input);
 }
 
-/// The number of pictures over which levels run; 1 when none does.
-std::int64_t LengthForLevels(const RenderRequest& request, const std::optional<ClipScan>& scan) {
-  const bool moving = std::any_of(request.effects.begin(), request.effects.end(),
-                                  [](const EffectRequest& effect) { return effect.level.from != effect.level.to; });
-  if (moving && !scan) {
-    Fail("'{}' cannot be read twice, so its length is unknown: a level that runs over the clip (--level A:B) needs a file",
-         request.input);
+/// True when a level or a time changes over the clip, whose length is needed then.
+bool RunsOverClip(const RenderRequest& request) {
+  return std::any_of(request.steps.begin(), request.steps.end(), [&](const StepRequest& step) {
+    const auto* effect = std::get_if<EffectRequest>(&step);
+    return effect ? effect->level.from != effect->level.to : !request.groupSeconds;
+  });
+}
+
+/// Gives the groups the pictures over which their time runs.
+std::vector<StepRequest> WithSpans(const RenderRequest& request, std::int64_t clipFrames, AVRational frameRate) {
+  std::vector<StepRequest> steps = request.steps;
+  const std::int64_t count = request.groupSeconds
+                                 ? std::max<std::int64_t>(1, std::llround(*request.groupSeconds * av_q2d(frameRate)))
+                                 : clipFrames;
+  for (StepRequest& step : steps) {
+    if (auto* group = std::get_if<GroupRequest>(&step)) group->span = {0, count, true};
   }
-  return moving ? scan->frames : 1;
+  return steps;
 }
 
 /// Pictures to expect, for the display only.
@@ -70,17 +66,19 @@ std::optional<std::int64_t> ExpectedFrames(const RenderRequest& request, const s
   return request.frames ? std::min(*request.frames, frames) : frames;
 }
 
-VideoForm FormOf(const Input& input, const Chain& chain, const Colour& colour, bool constantRate) {
-  return {.shape = chain.resultShape(),
-          .clipFormat = input.decoder().pix_fmt,
-          .timeBase = input.video().time_base,
-          .frameRate = input.frameRate(),
-          .constantRate = constantRate,
-          .sampleAspectRatio = av_guess_sample_aspect_ratio(&input.format(), &input.video(), nullptr),
-          .colour = colour};
+/// The time that becomes 0 in the output: a piece's first, and that of broadcasts, which begin at any time.
+std::int64_t StartOf(const Input& input, const RenderRequest& request, const ClipReader& reader) {
+  if (request.startFrame > 0) return reader.startTime();
+  const bool broadcast = (input.format().iformat->flags & AVFMT_TS_DISCONT) != 0;
+  if (!broadcast || input.format().start_time == AV_NOPTS_VALUE) return 0;
+  return av_rescale_q(input.format().start_time, AV_TIME_BASE_Q, input.video().time_base);
 }
 
-std::string Frames(std::int64_t count) { return fmt::format("{} frame{}", count, count == 1 ? "" : "s"); }
+/// The length of a piece, nearly where the frame rate varies; it cuts the chapters.
+std::optional<std::int64_t> LengthOf(const Input& input, const RenderRequest& request) {
+  if (!request.frames) return std::nullopt;
+  return av_rescale_q(*request.frames, av_inv_q(input.frameRate()), input.video().time_base);
+}
 
 }  // namespace
 
@@ -88,44 +86,34 @@ ExitCode Render(const RenderRequest& request) {
   CheckRequest(request);
   Progress progress(request.progress);
   Input input(request.input);
-  const AVCodecContext& decoder = input.decoder();
-  if (decoder.pix_fmt == AV_PIX_FMT_NONE || decoder.width < 1 || decoder.height < 1) {
-    Fail("'{}' has no picture that can be decoded", request.input);
-  }
-
   const std::optional<ClipScan> scan = ScanClip(request.input);
-  const Colour colour = ColourOf(decoder);
-  const AVPixelFormat proposed = request.format.empty() ? FamilyOf(decoder.pix_fmt) : WishedFormat(request.format);
-  const Chain chain(request.effects, {.clip = {proposed, decoder.width, decoder.height},
-                                      .formatIsWish = !request.format.empty(),
-                                      .colour = colour,
-                                      .frameCount = LengthForLevels(request, scan),
-                                      .bands = request.bands,
-                                      .seed = request.seed});
+  if (!scan && RunsOverClip(request)) {
+    Fail("'{}' cannot be read twice, so its length is unknown: levels and times that run over the clip need a file",
+         request.input);
+  }
+  const std::int64_t clipFrames = scan ? scan->frames : 1;
+  const bool wished = !request.format.empty();
+  ChainForm form = ChainFormOf(input, wished ? WishedFormat(request.format) : ClipFormat(input));
+  form.formatIsWish = wished;
+  form.frameCount = clipFrames;
+  Workers bandWorkers(request.threads);
+  form.bands = request.bands;
+  form.bandWorkers = &bandWorkers;
+  form.seed = request.seed;
+  const Chain chain(WithSpans(request, clipFrames, input.frameRate()), form);
   ClipReader reader(input, request.startFrame, request.frames);
-  Output output(request.output, input, FormOf(input, chain, colour, scan && scan->constantRate));
-  if (request.startFrame > 0) {
-    output.startAt(reader.startTime(), input.video().time_base);
-  } else if ((input.format().iformat->flags & AVFMT_TS_DISCONT) != 0 && input.format().start_time != AV_NOPTS_VALUE) {
-    output.startAt(input.format().start_time, AV_TIME_BASE_Q);  // broadcasts begin at any time
-  }
-  for (const std::string& note : output.notes()) progress.note(note);
+  Output output(request.output, input, VideoFormOf(input, chain, form, scan && scan->constantRate));
+  output.startAt(StartOf(input, request, reader), input.video().time_base, LengthOf(input, request));
 
-  progress.start(ExpectedFrames(request, scan));
-  std::int64_t written = 0;
-  try {
-    written = RunPipeline(reader, chain, output, request.threads, progress);
-  } catch (...) {
-    progress.finish();
-    throw;
-  }
-  progress.finish();
-  if (Interrupted()) throw Failure(kInterrupted, "interrupted; nothing was written");
-  output.finish();
-  fmt::print("{}: {}, {}\n", request.output.path.string(), Frames(written), output.description());
-  if (input.damage().empty()) return kDone;
-  Fail("'{}' is damaged: {}; what could be decoded, {}, is in '{}'", request.input, input.damage(), Frames(written),
-       request.output.path.string());
+  const PipelineEnds ends = {.read = [&] { return reader.next(); },
+                             .writePackets =
+                                 [&](ClipPart& part) {
+                                   for (const PacketPtr& packet : part.packets) output.writePacket(*packet);
+                                 },
+                             .finishPackets = [] {}};
+  const std::int64_t written = RunToFile(ends, chain, output, {request.threads, ExpectedFrames(request, scan)}, progress);
+  Report(request.output.path, written, output, {&input});
+  return kDone;
 }
 
 }  // namespace norix::host

@@ -16,8 +16,9 @@ namespace norix::host {
 struct RenderRequest {
   std::string input;
   OutputWishes output;
-  std::vector<EffectRequest> effects;
-  std::string format;  ///< pixel format to propose; empty: the clip's own family
+  std::vector<StepRequest> steps;
+  std::optional<double> groupSeconds;  ///< over which the time of groups runs; the whole clip without
+  std::string format;                  ///< pixel format to propose; empty: the clip's own family
   int threads = 1;
   int bands = 1;
   std::int64_t startFrame = 0;

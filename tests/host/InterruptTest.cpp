@@ -1,0 +1,78 @@
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "host/HostTest.h"
+
+namespace norix::test {
+
+namespace {
+
+using testing::HasSubstr;
+
+class InterruptTest : public HostTest {
+protected:
+  void SetUp() override {
+    MakeClip("short.mp4", 160, 120, 25);
+    FFmpeg({"-stream_loop", "400", "-i", In("short.mp4"), "-c", "copy", In("clip.mkv")});
+    std::filesystem::remove(In("short.mp4"));
+    SetContent(In("out.mp4"), "precious");
+  }
+
+  /** A render that goes on for long, once it shows that it is under way. */
+  Process Begin() const {
+    Launch launch = NorixLaunch({"render", In("clip.mkv"), In("out.mp4"), "-y", "--effect", "Zoom Blur", "--option",
+                                 "preset=veryslow", "--progress", "bar"});
+    return Process(launch);
+  }
+
+  void ExpectOrderlyEnd(int signal) const {
+    Process norix = Begin();
+    ASSERT_TRUE(norix.WaitForErr("frames"));
+    const std::string part = ".out.mp4." + std::to_string(norix.Id()) + ".part";
+    EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", part}));
+    const auto sent = std::chrono::steady_clock::now();
+    norix.Send(signal);
+    const Ending ending = norix.Wait();
+    EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::seconds(10));
+    EXPECT_EQ(ending.code, 130);
+    EXPECT_EQ(ending.out, "");
+    EXPECT_THAT(ending.err, HasSubstr("norix: error: interrupted"));
+    EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4"}));
+    EXPECT_EQ(Content(In("out.mp4")), "precious");
+  }
+};
+
+TEST_F(InterruptTest, FromTheKeyboard) { ExpectOrderlyEnd(SIGINT); }
+
+TEST_F(InterruptTest, ByTermination) { ExpectOrderlyEnd(SIGTERM); }
+
+TEST_F(InterruptTest, TwoInARow) {
+  Process norix = Begin();
+  ASSERT_TRUE(norix.WaitForErr("frames"));
+  norix.Send(SIGINT);
+  norix.Send(SIGTERM);
+  const Ending ending = norix.Wait();
+  EXPECT_EQ(ending.code, 130);
+  EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4"}));
+  EXPECT_EQ(Content(In("out.mp4")), "precious");
+}
+
+TEST_F(InterruptTest, WhileLookingForTheFirstFrame) {
+  // Nothing shows yet when it is sent: whatever the program is at, it ends in order.
+  Launch launch = NorixLaunch({"render", In("clip.mkv"), In("out.mp4"), "-y", "--effect", "Swirl", "--start-frame", "9900",
+                               "--level", "0:10000", "--option", "preset=veryslow"});
+  Process norix(launch);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  norix.Send(SIGINT);
+  const Ending ending = norix.Wait();
+  EXPECT_EQ(ending.code, 130);
+  EXPECT_EQ(Content(In("out.mp4")), "precious");
+  EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4"}));
+}
+
+}  // namespace
+
+}  // namespace norix::test
