@@ -114,8 +114,12 @@ bool Input::readPacket() {
   noteEnd(*packet_);
   if ((packet_->flags & AV_PKT_FLAG_CORRUPT) != 0) noteDamage("a packet is cut off or damaged");
   if (packet_->stream_index != static_cast<int>(video_)) {
-    waiting_.push_back(NewPacket());
-    av_packet_move_ref(waiting_.back().get(), packet_.get());
+    // Half a packet would be a nuisance to every player of the copy.
+    if ((packet_->flags & AV_PKT_FLAG_CORRUPT) == 0) {
+      waiting_.push_back(NewPacket());
+      av_packet_move_ref(waiting_.back().get(), packet_.get());
+    }
+    av_packet_unref(packet_.get());
     return true;
   }
   const int sent = avcodec_send_packet(decoder_.get(), packet_.get());
