@@ -2,6 +2,8 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <string>
 #include <thread>
 
 #include "host/HostTest.h"
@@ -47,6 +49,15 @@ protected:
 
 TEST_F(InterruptTest, FromTheKeyboard) { ExpectOrderlyEnd(SIGINT); }
 
+/// Until the program has begun to catch signals, one ends it as it ends any program.
+bool CatchesInterrupts(pid_t process) {
+  std::ifstream status("/proc/" + std::to_string(process) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.rfind("SigCgt:", 0) == 0) return (std::stoull(line.substr(7), nullptr, 16) >> (SIGINT - 1) & 1) != 0;
+  }
+  return true;  // it has ended, which the test will tell
+}
+
 TEST_F(InterruptTest, ByTermination) { ExpectOrderlyEnd(SIGTERM); }
 
 TEST_F(InterruptTest, TwoInARow) {
@@ -65,7 +76,8 @@ TEST_F(InterruptTest, WhileLookingForTheFirstFrame) {
   Launch launch = NorixLaunch({"render", In("clip.mkv"), In("out.mp4"), "-y", "--effect", "Swirl", "--start-frame", "9900",
                                "--level", "0:10000", "--option", "preset=veryslow"});
   Process norix(launch);
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  while (!CatchesInterrupts(norix.Id())) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
   norix.Send(SIGINT);
   const Ending ending = norix.Wait();
   EXPECT_EQ(ending.code, 130);
