@@ -8,12 +8,6 @@ namespace norix::host {
 
 bool EngineSharesPixelFormats() { return filter_check_format("Swirl", -1) == AV_PIX_FMT_BGRA; }
 
-std::vector<std::string> EffectNames() {
-  std::vector<std::string> names;
-  for (const char** name = NorixGetInfo(); *name; ++name) names.emplace_back(*name);
-  return names;
-}
-
 bool Renders(const std::string& effect) {
   // Only the answer counts: an empty picture leaves the effect nothing to do.
   const FramePtr destination = NewFrame();

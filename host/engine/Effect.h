@@ -28,9 +28,6 @@ struct FieldValue {
 /// True when the engine's pixel-format codes are those of the libavutil this program uses.
 bool EngineSharesPixelFormats();
 
-/// The display names of all effects.
-std::vector<std::string> EffectNames();
-
 /// True when the engine has a picture for this effect; "Stretch" is listed without one.
 bool Renders(const std::string& effect);
 
