@@ -23,6 +23,7 @@
 #include "support/Formats.h"
 #include "support/Picture.h"
 #include "support/Random.h"
+#include "support/Targets.h"
 
 namespace norix::test {
 
@@ -78,31 +79,37 @@ std::string Describe(const Case& test) {
 testing::AssertionResult Agrees(const Case& test) {
   Picture source(test.src, test.seed, test.content);
   const Picture untouchedSource = source;
-  Picture expected(test.dst, ~test.seed);
-  Picture actual = expected;
-  const ParamObject expectedParams = test.params.Clone();
-  const ParamObject actualParams = test.params.Clone();
-  const auto failure = [&] { return testing::AssertionFailure() << Describe(test) << "\n  "; };
+  const Picture before(test.dst, ~test.seed);
 
   // An effect may draw random numbers; then it draws as many as the reference.
   const auto randomSeed = static_cast<unsigned>(test.seed);
+  Picture expected = before;
+  const ParamObject expectedParams = test.params.Clone();
   std::srand(randomSeed);
   test.effect.render(*expected.Frame(), *source.Frame(), expectedParams.Get(), test.band.firstRow, test.band.rowCount);
   const int expectedDraw = std::rand();
 
-  // The band at row 0 prepares what an effect keeps in its parameters; without one the others might wait for ever.
-  if (test.band.firstRow != 0)
-    filter_video_frame(actual.Frame(), source.Frame(), test.effect.name, actualParams.Get(), 0, 0, 0);
-  std::srand(randomSeed);
-  const int answer = filter_video_frame(actual.Frame(), source.Frame(), test.effect.name, actualParams.Get(), 0,
-                                        test.band.firstRow, test.band.rowCount);
-  const int actualDraw = std::rand();
+  for (const std::int64_t target : Targets()) {
+    const ForcedTarget forced(target);
+    const auto failure = [&] {
+      return testing::AssertionFailure() << Describe(test) << ", with " << TargetName(target) << "\n  ";
+    };
+    Picture actual = before;
+    const ParamObject actualParams = test.params.Clone();
+    // The band at row 0 prepares what an effect keeps in its parameters; without one the others might wait for ever.
+    if (test.band.firstRow != 0)
+      filter_video_frame(actual.Frame(), source.Frame(), test.effect.name, actualParams.Get(), 0, 0, 0);
+    std::srand(randomSeed);
+    const int answer = filter_video_frame(actual.Frame(), source.Frame(), test.effect.name, actualParams.Get(), 0,
+                                          test.band.firstRow, test.band.rowCount);
+    const int actualDraw = std::rand();
 
-  if (answer != 0) return failure() << "answered " << answer;
-  if (const auto same = SameBytes(expected, actual); !same) return failure() << same.message();
-  if (const auto same = SameBytes(untouchedSource, source); !same) return failure() << "source: " << same.message();
-  if (!actualParams.SameAs(expectedParams)) return failure() << "the parameters changed otherwise than the reference's";
-  if (actualDraw != expectedDraw) return failure() << "drew another count of random numbers";
+    if (answer != 0) return failure() << "answered " << answer;
+    if (const auto same = SameBytes(expected, actual); !same) return failure() << same.message();
+    if (const auto same = SameBytes(untouchedSource, source); !same) return failure() << "source: " << same.message();
+    if (!actualParams.SameAs(expectedParams)) return failure() << "the parameters changed otherwise than the reference's";
+    if (actualDraw != expectedDraw) return failure() << "drew another count of random numbers";
+  }
   return testing::AssertionSuccess();
 }
 

@@ -17,6 +17,7 @@
 #include "support/Formats.h"
 #include "support/Picture.h"
 #include "support/Random.h"
+#include "support/Targets.h"
 
 namespace norix::test {
 
@@ -42,26 +43,33 @@ public:
   testing::AssertionResult Agrees(const PictureShape& dst, const PictureShape& src, Band band, std::uint64_t seed) const {
     Picture source(src, seed);
     const Picture untouchedSource = source;
-    Picture expected(dst, ~seed);
-    Picture actual = expected;
-    const ParamObject expectedParams = params_.Clone();
-    const ParamObject actualParams = params_.Clone();
-    const auto randomSeed = static_cast<unsigned>(seed);
+    const Picture before(dst, ~seed);
 
+    const auto randomSeed = static_cast<unsigned>(seed);
+    Picture expected = before;
+    const ParamObject expectedParams = params_.Clone();
     std::srand(randomSeed);
     effect_.render(*expected.Frame(), *source.Frame(), expectedParams.Get(), band.firstRow, band.rowCount);
     const int expectedDraw = std::rand();
-    std::srand(randomSeed);
-    const int answer = filter_video_frame(actual.Frame(), source.Frame(), effect_.name, actualParams.Get(), 0,
-                                          band.firstRow, band.rowCount);
-    const int actualDraw = std::rand();
 
-    const auto failure = [&] { return testing::AssertionFailure() << Describe(dst, src, band, seed) << "\n  "; };
-    if (answer != 0) return failure() << "answered " << answer;
-    if (const auto same = SameBytes(expected, actual); !same) return failure() << same.message();
-    if (!SameBytes(untouchedSource, source)) return failure() << "the source changed";
-    if (!actualParams.SameAs(expectedParams)) return failure() << "the parameters changed otherwise than the reference's";
-    if (actualDraw != expectedDraw) return failure() << "drew another count of random numbers";
+    for (const std::int64_t target : Targets()) {
+      const ForcedTarget forced(target);
+      Picture actual = before;
+      const ParamObject actualParams = params_.Clone();
+      std::srand(randomSeed);
+      const int answer = filter_video_frame(actual.Frame(), source.Frame(), effect_.name, actualParams.Get(), 0,
+                                            band.firstRow, band.rowCount);
+      const int actualDraw = std::rand();
+
+      const auto failure = [&] {
+        return testing::AssertionFailure() << Describe(dst, src, band, seed) << ", with " << TargetName(target) << "\n  ";
+      };
+      if (answer != 0) return failure() << "answered " << answer;
+      if (const auto same = SameBytes(expected, actual); !same) return failure() << same.message();
+      if (!SameBytes(untouchedSource, source)) return failure() << "the source changed";
+      if (!actualParams.SameAs(expectedParams)) return failure() << "the parameters changed otherwise than the reference's";
+      if (actualDraw != expectedDraw) return failure() << "drew another count of random numbers";
+    }
     return testing::AssertionSuccess();
   }
 

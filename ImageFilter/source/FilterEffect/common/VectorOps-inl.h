@@ -1,0 +1,104 @@
+// Vector operations that Highway lacks: one instruction on x86, put together from Highway's own elsewhere. Not for
+// HWY_SCALAR, which has no blocks.
+
+#if defined(NORIX_VECTOR_OPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef NORIX_VECTOR_OPS_INL_H
+#undef NORIX_VECTOR_OPS_INL_H
+#else
+#define NORIX_VECTOR_OPS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+#if HWY_TARGET != HWY_SCALAR
+
+#undef NORIX_X86_VECTORS
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#include <immintrin.h>
+#define NORIX_X86_VECTORS 1
+#else
+#define NORIX_X86_VECTORS 0
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace norix::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using SignedBytes = hn::RebindToSigned<Bytes>;
+using Words = hn::Repartition<std::int16_t, Bytes>;
+using UnsignedWords = hn::Repartition<std::uint16_t, Bytes>;
+using Dwords = hn::Repartition<std::int32_t, Bytes>;
+using UnsignedDwords = hn::Repartition<std::uint32_t, Bytes>;
+using ByteVector = hn::Vec<Bytes>;
+using SignedByteVector = hn::Vec<SignedBytes>;
+using WordVector = hn::Vec<Words>;
+
+/// In every 16-bit lane: low byte * low weight + high byte * high weight. The caller keeps the sum within int16.
+HWY_INLINE WordVector MulPairs(ByteVector pixels, SignedByteVector weights) {
+#if NORIX_X86_VECTORS && HWY_TARGET <= HWY_AVX3
+  return WordVector{_mm512_maddubs_epi16(pixels.raw, weights.raw)};
+#elif NORIX_X86_VECTORS && HWY_TARGET <= HWY_AVX2
+  return WordVector{_mm256_maddubs_epi16(pixels.raw, weights.raw)};
+#elif NORIX_X86_VECTORS
+  return WordVector{_mm_maddubs_epi16(pixels.raw, weights.raw)};
+#else
+  const Words d;
+  const auto p = hn::BitCast(d, pixels);
+  const auto w = hn::BitCast(d, weights);
+  const auto low = hn::Mul(hn::And(p, hn::Set(d, 0xFF)), hn::ShiftRight<8>(hn::ShiftLeft<8>(w)));
+  const auto high = hn::Mul(hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(UnsignedWords(), p))), hn::ShiftRight<8>(w));
+  return hn::Add(low, high);
+#endif
+}
+
+/// 16-bit lanes to bytes 0..255, saturating; per block: low's eight, then high's eight. Undoes InterleaveLower/Upper.
+HWY_INLINE ByteVector PackBlocks(WordVector low, WordVector high) {
+#if NORIX_X86_VECTORS && HWY_TARGET <= HWY_AVX3
+  return ByteVector{_mm512_packus_epi16(low.raw, high.raw)};
+#elif NORIX_X86_VECTORS && HWY_TARGET <= HWY_AVX2
+  return ByteVector{_mm256_packus_epi16(low.raw, high.raw)};
+#elif NORIX_X86_VECTORS
+  return ByteVector{_mm_packus_epi16(low.raw, high.raw)};
+#else
+  alignas(16) static constexpr std::uint8_t kLow[16] = {0, 2, 4, 6, 8, 10, 12, 14, 128, 128, 128, 128, 128, 128, 128, 128};
+  alignas(16) static constexpr std::uint8_t kHigh[16] = {128, 128, 128, 128, 128, 128, 128, 128, 0, 2, 4, 6, 8, 10, 12, 14};
+  const Bytes d;
+  const Words dw;
+  const auto zero = hn::Zero(dw);
+  const auto top = hn::Set(dw, 255);
+  const auto l = hn::BitCast(d, hn::Min(hn::Max(low, zero), top));
+  const auto h = hn::BitCast(d, hn::Min(hn::Max(high, zero), top));
+  return hn::Or(hn::TableLookupBytesOr0(l, hn::LoadDup128(d, kLow)), hn::TableLookupBytesOr0(h, hn::LoadDup128(d, kHigh)));
+#endif
+}
+
+#if HWY_TARGET <= HWY_AVX2
+/// Pixel lookup in two vectors of n pixels: indices 0 .. n - 1 from the first, n .. 2n - 1 from the second.
+HWY_INLINE hn::Vec<Dwords> LookupInTwo(hn::Vec<Dwords> a, hn::Vec<Dwords> b, hn::Vec<Dwords> index) {
+#if HWY_TARGET <= HWY_AVX3
+  return hn::Vec<Dwords>{_mm512_permutex2var_epi32(a.raw, index.raw, b.raw)};
+#else
+  const __m256i low = _mm256_permutevar8x32_epi32(a.raw, index.raw);
+  const __m256i high = _mm256_permutevar8x32_epi32(b.raw, index.raw);
+  return hn::Vec<Dwords>{_mm256_blendv_epi8(low, high, _mm256_cmpgt_epi32(index.raw, _mm256_set1_epi32(7)))};
+#endif
+}
+#endif
+
+/// The weights (even, odd, even, odd, ...) for MulPairs.
+HWY_INLINE SignedByteVector PairWeights(int even, int odd) {
+  const auto pair = static_cast<std::uint16_t>((even & 0xFF) | (odd & 0xFF) << 8);
+  return hn::BitCast(SignedBytes(), hn::Set(UnsignedWords(), pair));
+}
+
+/// Sixteen bytes in every block.
+HWY_INLINE ByteVector Repeat16(const std::uint8_t* pattern) { return hn::LoadDup128(Bytes(), pattern); }
+
+}  // namespace norix::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // not scalar
+#endif  // toggle
