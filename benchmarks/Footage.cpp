@@ -1,0 +1,38 @@
+#include "Footage.h"
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
+
+#include <optional>
+
+#include "media/Converter.h"
+#include "media/Input.h"
+
+namespace norix::bench {
+
+namespace {
+
+host::FramePtr FirstPicture() {
+  host::Input input(NORIX_ASSETS "/meadow.mp4");
+  while (std::optional<host::Reading> reading = input.read()) {
+    if (reading->frame) return std::move(reading->frame);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+host::FramePtr Footage(AVPixelFormat format, int width, int height) {
+  static const host::FramePtr kPicture = FirstPicture();
+  host::Converter converter({});
+  host::FramePtr copy(host::OrBadAlloc(av_frame_clone(kPicture.get())));
+  return converter.fit(std::move(copy), {format, width, height}, {1, 1});
+}
+
+std::size_t PictureBytes(const AVFrame& frame) {
+  const int bytes = av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, 1);
+  return static_cast<std::size_t>(bytes);
+}
+
+}  // namespace norix::bench

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "media/Av.h"
+
+namespace norix::bench {
+
+/// A picture of real footage in that format and size. Lines are as libavutil lays them out.
+host::FramePtr Footage(AVPixelFormat format, int width, int height);
+
+/// Bytes of pixels in all planes, padding not counted.
+std::size_t PictureBytes(const AVFrame& frame);
+
+}  // namespace norix::bench
