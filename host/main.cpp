@@ -12,10 +12,12 @@
 #include "Failure.h"
 #include "Interrupt.h"
 #include "NearestName.h"
+#include "cli/BenchCommand.h"
 #include "cli/GalleryCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/RenderCommand.h"
 #include "cli/TransitionCommand.h"
+#include "engine/InstructionSet.h"
 #include "media/Av.h"
 
 namespace norix::host {
@@ -33,7 +35,7 @@ void CheckCommand(const CLI::App& app, int argc, char** argv) {
 
 int Run(int argc, char** argv) {
   CLI::App app("Renders video with NorixEngine's effects.", "norix");
-  app.set_version_flag("--version", "norix " NORIX_VERSION);
+  app.set_version_flag("--version", [] { return "norix " NORIX_VERSION " (" + BestInstructionSet() + ")"; });
   app.require_subcommand(1);
   app.footer(
       "`norix COMMAND --help` tells more, with examples.\nExit codes: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
@@ -51,6 +53,7 @@ int Run(int argc, char** argv) {
   AddRenderCommand(app, run);
   AddTransitionCommand(app, run);
   AddGalleryCommand(app, run);
+  AddBenchCommand(app, run);
   CheckCommand(app, argc, argv);
   try {
     app.parse(argc, argv);
