@@ -52,10 +52,10 @@ void PrepareEntries(FilterGroupParam& group, const std::array<const char*, Count
   }
 }
 
-/// An entry's parameter object, made with its defaults if there is none. An object of another group's is taken as it is, by
-/// its bytes, as long as it has enough of them.
+/// A field of an entry's parameter object, which is made with its defaults if there is none. An object of another group's
+/// is taken as it is, by its bytes, as long as it has enough of them.
 template <class Params>
-__attribute__((no_sanitize("vptr"))) Params& ParamsOf(FilterGroupEntry& entry) {
+__attribute__((no_sanitize("vptr"))) double& FieldOf(FilterGroupEntry& entry, double Params::*field) {
   constexpr auto kSize = static_cast<std::int32_t>(sizeof(Params));
   if (entry.params && entry.size < kSize) {
     entry.params->Release();
@@ -65,7 +65,7 @@ __attribute__((no_sanitize("vptr"))) Params& ParamsOf(FilterGroupEntry& entry) {
     entry.params = new Params;
     entry.size = kSize;
   }
-  return static_cast<Params&>(*entry.params);
+  return static_cast<Params&>(*entry.params).*field;
 }
 
 }  // namespace norix
