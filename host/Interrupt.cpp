@@ -3,10 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <utility>
 
 #include "Failure.h"
 
@@ -15,13 +15,19 @@ namespace norix::host {
 namespace {
 
 std::atomic<bool> interrupted{false};
-std::array<char, 4096> unfinished{};  // a path, or empty; plain characters, since the signal handler reads it
+std::atomic<bool> ending{false};
+// Paths, as plain characters and of a fixed number: the signal handler reads them.
+std::array<std::atomic<const char*>, 64> unfinished{};
 
-static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler uses it");
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free,
+              "the signal handler uses them");
 
 void OnSignal(int /*signal*/) {
   if (!interrupted.exchange(true)) return;
-  if (unfinished[0] != '\0') unlink(unfinished.data());
+  ending = true;
+  for (const std::atomic<const char*>& place : unfinished) {
+    if (const char* path = place) unlink(path);
+  }
   _exit(kInterrupted);
 }
 
@@ -40,12 +46,20 @@ void CatchInterrupts() {
 
 bool Interrupted() { return interrupted.load(std::memory_order_relaxed); }
 
-void RemoveOnSecondInterrupt(const std::string& path) {
-  unfinished[0] = '\0';
-  if (path.size() + 1 > unfinished.size()) return;
-  // The first character comes last: until then the handler sees an empty path.
-  for (std::size_t i = path.size(); i > 0; --i) unfinished[i] = i < path.size() ? path[i] : '\0';
-  if (!path.empty()) unfinished[0] = path[0];
+UnfinishedFile::UnfinishedFile(std::string path) : path_(std::move(path)) {
+  for (std::atomic<const char*>& place : unfinished) {
+    const char* none = nullptr;
+    if (!place.compare_exchange_strong(none, path_.c_str())) continue;
+    place_ = &place;
+    return;
+  }
+}
+
+UnfinishedFile::~UnfinishedFile() {
+  if (!place_) return;
+  *place_ = nullptr;
+  // The handler says that it begins before it looks: whoever cannot have seen the path go sees that, and leaves it be.
+  while (ending) pause();
 }
 
 }  // namespace norix::host

@@ -1,17 +1,29 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 
 namespace norix::host {
 
-/// Makes SIGINT, SIGTERM and SIGHUP ask for an orderly end. A second one ends the process at once, after removing the file
-/// named by RemoveOnSecondInterrupt().
+/// Makes SIGINT, SIGTERM and SIGHUP ask for an orderly end. A second one ends the process at once, after removing every
+/// UnfinishedFile.
 void CatchInterrupts();
 
 /// True once an interrupt has come in. Any thread.
 bool Interrupted();
 
-/// The unfinished output to remove when a second interrupt ends the process; empty for none. Main thread.
-void RemoveOnSecondInterrupt(const std::string& path);
+/// While it lives, a second interrupt removes the file before it ends the process. Any thread; of more than 64 at a time
+/// the last ones stay.
+class UnfinishedFile {
+public:
+  explicit UnfinishedFile(std::string path);
+  ~UnfinishedFile();
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+
+private:
+  std::string path_;
+  std::atomic<const char*>* place_ = nullptr;
+};
 
 }  // namespace norix::host

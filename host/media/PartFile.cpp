@@ -11,7 +11,6 @@
 #include <system_error>
 
 #include "Failure.h"
-#include "Interrupt.h"
 
 namespace norix::host {
 
@@ -41,11 +40,10 @@ PartFile::PartFile(const fs::path& path, bool overwrite) : overwrite_(overwrite)
   const int file = open(part_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file < 0) Fail("cannot write to folder '{}': {}", folder.string(), std::strerror(errno));
   close(file);
-  RemoveOnSecondInterrupt(part_.string());
+  unfinished_.emplace(part_.string());
 }
 
 PartFile::~PartFile() {
-  RemoveOnSecondInterrupt("");
   std::error_code ignored;
   if (!kept_) fs::remove(part_, ignored);
 }

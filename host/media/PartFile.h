@@ -1,7 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string_view>
+
+#include "Interrupt.h"
 
 namespace norix::host {
 
@@ -24,6 +27,7 @@ public:
 private:
   std::filesystem::path final_;
   std::filesystem::path part_;
+  std::optional<UnfinishedFile> unfinished_;
   bool overwrite_;
   bool kept_ = false;
 };

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <iomanip>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -254,6 +255,31 @@ TEST_P(TargetedTest, SketchAtItsEdgesAndSeams) {
                                   RandomShape(format_, width, height, 5, random_), RandomBand(height, random_),
                                   random_.Next()));
   }
+}
+
+// Nothing clips a band to the picture. The fence takes the rows above and below it.
+TEST_P(TargetedTest, SketchBeyondThePicture) {
+  Comparison comparison("Sketch");
+  comparison.SetFields({0.5});
+  for (int height = 1; height <= 12; ++height)
+    for (const int firstRow : {-3, -2, -1, 0, 1}) {
+      const PictureShape shape{format_, 9, height, {2, 1, 3, 0}, {}};
+      for (const int more : {0, 1, 2})
+        ASSERT_TRUE(comparison.Agrees(shape, shape, {firstRow, height - firstRow + more}, random_.Next()));
+    }
+}
+
+// An infinite radius has no ring, and a distance may be infinite too.
+TEST_P(TargetedTest, VignetteWithoutEnd) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  Comparison comparison("Vignette");
+  const PictureShape shape{format_, 9, 7, {2, 1, 3, 0}, {}};
+  for (const double centre : {0.5, 1e200, kInfinity})
+    for (const double inner : {-kInfinity, 0.5, kInfinity})
+      for (const double outer : {-kInfinity, 0.5, kInfinity}) {
+        comparison.SetFields({centre, 0.5, inner, outer});
+        ASSERT_TRUE(comparison.Agrees(shape, shape, {0, 7}, random_.Next()));
+      }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, TargetedTest, testing::ValuesIn(AllFormats().begin(), AllFormats().begin() + 8),

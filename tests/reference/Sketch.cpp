@@ -61,7 +61,7 @@ void SketchPlanar(AVFrame& dst, const AVFrame& src, double amount, int firstRow,
     const std::int64_t y = firstRow + i;
     const std::uint8_t* const row = RowOf(src, 0, y);
     const std::uint8_t* const up = RowOf(src, 0, i == 0 ? y : y - 1);
-    const std::uint8_t* const down = RowOf(src, 0, y == src.height - 1 ? y : y + 1);
+    const std::uint8_t* const down = RowOf(src, 0, i >= src.height || y >= src.height - 1 ? y : y + 1);
     for (std::int64_t x = 0; x < width; ++x) {
       const std::int64_t left = x == 0 ? x : x - 1;
       const std::int64_t right = x == width - 1 ? x : x + 1;

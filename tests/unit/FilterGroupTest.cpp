@@ -339,6 +339,47 @@ TEST(MirrorScaleBlurGroup, TakesTheEntriesOfANamelessRecordAsTheyAre) {
   EXPECT_EQ(slot.Strength(), 1.0);
 }
 
+// A host that clears the record's name hands its entries on to another group, which may need more of them.
+TEST(FilterGroup, HandsEntriesOnToALargerGroup) {
+  for (const char* larger : {"Blurry Cross Right Up", kMirrorScaleBlur}) {
+    SCOPED_TRACE(larger);
+    Slot slot;
+    slot.Get("Flip Roll Up", 0);
+    delete[] slot.group->name;
+    slot.group->name = nullptr;
+    slot.Get(larger, 100);
+    ASSERT_EQ(slot.group->count, 3);
+    EXPECT_STREQ(slot[1].name, "Motion Blur");
+    EXPECT_EQ(slot[2].scaleX, 100);
+    slot[2].reserved = 7;
+    slot[2].extraFlag = 9;
+    const FilterGroupEntry* entries = slot.group->entries;
+    const FilterParams* object = slot[2].params;
+    for (const int time : {200, 300}) {
+      slot.Get(larger, time);
+      EXPECT_EQ(slot.group->entries, entries);
+      EXPECT_EQ(slot[2].params, object);
+      EXPECT_EQ(slot[2].reserved, 7);
+      EXPECT_EQ(slot[2].extraFlag, 9);
+    }
+  }
+}
+
+TEST(FilterGroup, HandsEntriesOnToASmallerGroupAndBack) {
+  Slot slot;
+  slot.Get(kMirrorScaleBlur, 0);
+  const FilterGroupEntry* entries = slot.group->entries;
+  const FilterParams* object = slot[2].params;
+  for (const char* next : {"Flip Roll Up", "Blurry Cross Right Up"}) {
+    delete[] slot.group->name;
+    slot.group->name = nullptr;
+    slot.Get(next, 100);
+  }
+  ASSERT_EQ(slot.group->count, 3);
+  EXPECT_EQ(slot.group->entries, entries);
+  EXPECT_EQ(slot[2].params, object);
+}
+
 TEST(MirrorScaleBlurGroup, ReplacesARecordOfAnotherName) {
   Slot slot;
   slot.Get("No such group", 0);

@@ -96,7 +96,8 @@ void SketchPlanar(AVFrame& dst, const AVFrame& src, norix::Band rows, double amo
     const norix::ConstPlane plane = norix::PlaneOf(src, 0);
     const std::uint8_t* in = plane.Row(y);
     const std::uint8_t* up = i == 0 ? in : in - plane.lineSize;
-    const std::uint8_t* down = y >= src.height - 1 ? in : in + plane.lineSize;
+    // Rows of the band beyond the picture's height have none below, nor has the picture's last row.
+    const std::uint8_t* down = i >= src.height || y >= src.height - 1 ? in : in + plane.lineSize;
     std::uint8_t* out = norix::PlaneOf(dst, 0).Row(y);
     for (int x = 0; x < src.width; ++x) {
       const int left = x == 0 ? x : x - 1;

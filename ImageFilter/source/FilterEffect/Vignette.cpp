@@ -22,9 +22,8 @@ struct Falloff {
     const double d = std::sqrt(dx * dx + dy * dy);
     if (d < innerRadius) return 1.0;
     if (!(innerRadius <= d && d <= outerRadius)) return 0.0;
-    const double span = outerRadius - innerRadius;
-    if (span == 0.0) return 0.0;
-    const double e = (d - innerRadius) / span;
+    if (innerRadius == outerRadius) return 0.0;
+    const double e = (d - innerRadius) / (outerRadius - innerRadius);
     return squared ? 1.0 - e * e : 1.0 - e;
   }
 };

@@ -8,25 +8,25 @@
 void BlurryRollDown(int time, FilterGroupParam* group) {
   if (!group) return;
   norix::PrepareEntries<2>(*group, {"Mirror Move Y", "Motion Blur"});
-  norix::ParamsOf<MirrorMoveYParams>(group->entries[0]).offset = norix::FallingRoll(time);
-  auto& blur = norix::ParamsOf<MotionBlurParams>(group->entries[1]);
-  blur.strength = norix::RollBlur(time);
-  blur.angle = 90.0;
+  norix::FieldOf(group->entries[0], &MirrorMoveYParams::offset) = norix::FallingRoll(time);
+  FilterGroupEntry& blur = group->entries[1];
+  norix::FieldOf(blur, &MotionBlurParams::strength) = norix::RollBlur(time);
+  norix::FieldOf(blur, &MotionBlurParams::angle) = 90.0;
 }
 
 void BlurryRollLeft(int time, FilterGroupParam* group) {
   if (!group) return;
   norix::PrepareEntries<2>(*group, {"Mirror Move X", "Motion Blur"});
-  norix::ParamsOf<MirrorMoveXParams>(group->entries[0]).offset = norix::RisingRoll(time);
-  norix::ParamsOf<MotionBlurParams>(group->entries[1]).strength = norix::RollBlur(time);
+  norix::FieldOf(group->entries[0], &MirrorMoveXParams::offset) = norix::RisingRoll(time);
+  norix::FieldOf(group->entries[1], &MotionBlurParams::strength) = norix::RollBlur(time);
 }
 
 void BlurryCross(int time, FilterGroupParam* group) {
   if (!group) return;
   norix::PrepareEntries<3>(*group, {"Mirror Move X", "Mirror Move Y", "Motion Blur"});
-  norix::ParamsOf<MirrorMoveXParams>(group->entries[0]).offset = norix::FallingRoll(time);
-  norix::ParamsOf<MirrorMoveYParams>(group->entries[1]).offset = norix::RisingRoll(time);
-  auto& blur = norix::ParamsOf<MotionBlurParams>(group->entries[2]);
-  blur.strength = norix::RollBlur(time);
-  blur.angle = -36.0;
+  norix::FieldOf(group->entries[0], &MirrorMoveXParams::offset) = norix::FallingRoll(time);
+  norix::FieldOf(group->entries[1], &MirrorMoveYParams::offset) = norix::RisingRoll(time);
+  FilterGroupEntry& blur = group->entries[2];
+  norix::FieldOf(blur, &MotionBlurParams::strength) = norix::RollBlur(time);
+  norix::FieldOf(blur, &MotionBlurParams::angle) = -36.0;
 }

@@ -14,17 +14,17 @@ constexpr double kTimePerSize = 1000.0;
 void RollVertically(int time, FilterGroupParam* group, std::int64_t way) {
   if (!group) return;
   norix::PrepareEntries<2>(*group, {"Mirror Move Y", "Motion Blur"});
-  norix::ParamsOf<MirrorMoveYParams>(group->entries[0]).offset = static_cast<double>(way) / kTimePerSize;
-  auto& blur = norix::ParamsOf<MotionBlurParams>(group->entries[1]);
-  blur.strength = norix::RollBlur(time);
-  blur.angle = 90.0;
+  norix::FieldOf(group->entries[0], &MirrorMoveYParams::offset) = static_cast<double>(way) / kTimePerSize;
+  FilterGroupEntry& blur = group->entries[1];
+  norix::FieldOf(blur, &MotionBlurParams::strength) = norix::RollBlur(time);
+  norix::FieldOf(blur, &MotionBlurParams::angle) = 90.0;
 }
 
 void RollSideways(int time, FilterGroupParam* group, std::int64_t way) {
   if (!group) return;
   norix::PrepareEntries<2>(*group, {"Mirror Move X", "Motion Blur"});
-  norix::ParamsOf<MirrorMoveXParams>(group->entries[0]).offset = static_cast<double>(way) / kTimePerSize;
-  norix::ParamsOf<MotionBlurParams>(group->entries[1]).strength = norix::RollBlur(time);
+  norix::FieldOf(group->entries[0], &MirrorMoveXParams::offset) = static_cast<double>(way) / kTimePerSize;
+  norix::FieldOf(group->entries[1], &MotionBlurParams::strength) = norix::RollBlur(time);
 }
 
 }  // namespace

@@ -32,26 +32,19 @@ inline char* CopyName(const char* name) {
   return copy;
 }
 
-/// How many entries a record has room for, whatever its `count` says: groups have two or three, the last of them a blur.
-inline std::int32_t EntriesHeld(const FilterGroupParam& group) {
-  if (!group.entries) return 0;
-  const char* second = group.entries[1].name;
-  return second && (std::strcmp(second, "Motion Blur") == 0 || std::strcmp(second, "Zoom Blur") == 0) ? 2 : 3;
-}
+/// Every record has room for the entries of any group: a host may hand it over to a larger one.
+inline constexpr std::size_t kMostEntries = 3;
 
-/// Gives a record `Count` entries in their initial state if it has none yet, and every unnamed entry its sub-effect's name.
-/// A null in `names` stands for an entry without an effect. A record may hold another group's entries, which are kept.
+/// Gives a record `Count` entries, in their initial state if it has none yet, and every unnamed entry its sub-effect's
+/// name. A null in `names` stands for an entry without an effect. A record may hold another group's entries, which are
+/// kept.
 template <std::size_t Count>
 void PrepareEntries(FilterGroupParam& group, const std::array<const char*, Count>& names) {
-  static_assert(Count == 2 || Count == 3);
-  const std::int32_t held = EntriesHeld(group);
-  if (held < static_cast<std::int32_t>(Count)) {
-    if (!group.entries) group.count = 0;  // nothing to free should the allocation fail
-    auto* entries = new FilterGroupEntry[Count];
-    std::copy_n(group.entries, held, entries);
-    std::fill(entries + held, entries + Count, kFreshEntry);
-    delete[] group.entries;
-    group.entries = entries;
+  static_assert(Count <= kMostEntries);
+  if (!group.entries) {
+    group.count = 0;  // nothing to free should the allocation fail
+    group.entries = new FilterGroupEntry[kMostEntries];
+    std::fill_n(group.entries, kMostEntries, kFreshEntry);
   }
   group.count = static_cast<std::int32_t>(Count);
   for (std::size_t k = 0; k < Count; ++k) {
@@ -59,10 +52,10 @@ void PrepareEntries(FilterGroupParam& group, const std::array<const char*, Count
   }
 }
 
-/// An entry's parameter object, made with its defaults if there is none. An object of another group's is taken as it is, by
-/// its bytes, as long as it has enough of them.
+/// A field of an entry's parameter object, which is made with its defaults if there is none. An object of another group's
+/// is taken as it is, by its bytes, as long as it has enough of them.
 template <class Params>
-__attribute__((no_sanitize("vptr"))) Params& ParamsOf(FilterGroupEntry& entry) {
+__attribute__((no_sanitize("vptr"))) double& FieldOf(FilterGroupEntry& entry, double Params::*field) {
   constexpr auto kSize = static_cast<std::int32_t>(sizeof(Params));
   if (entry.params && entry.size < kSize) {
     entry.params->Release();
@@ -72,7 +65,7 @@ __attribute__((no_sanitize("vptr"))) Params& ParamsOf(FilterGroupEntry& entry) {
     entry.params = new Params;
     entry.size = kSize;
   }
-  return static_cast<Params&>(*entry.params);
+  return static_cast<Params&>(*entry.params).*field;
 }
 
 }  // namespace norix

@@ -20,15 +20,15 @@ double GrowingScale(int time) {
 void TileZoomBlur(int time, FilterGroupParam* group) {
   if (!group) return;
   norix::PrepareEntries<2>(*group, {"Tile Scale", "Zoom Blur"});
-  norix::ParamsOf<TileScaleParams>(group->entries[0]).scale = GrowingScale(time);
-  auto& blur = norix::ParamsOf<ZoomBlurParams>(group->entries[1]);
+  norix::FieldOf(group->entries[0], &TileScaleParams::scale) = GrowingScale(time);
+  double& strength = norix::FieldOf(group->entries[1], &ZoomBlurParams::strength);
   const double t = time;
   if (time <= 6499) {
-    blur.strength = 4.0;
+    strength = 4.0;
   } else if (time <= 6999) {
-    blur.strength = (t - 6500) / -500.0 + 1.0;
+    strength = (t - 6500) / -500.0 + 1.0;
   } else if (time <= 8999) {
-    blur.strength = 2 * ((t - 7000) / -2000.0 + 1.0);
+    strength = 2 * ((t - 7000) / -2000.0 + 1.0);
   }  // at the end it stays as it is
 }
 
@@ -37,7 +37,7 @@ void TileZoomBlur1(int time, FilterGroupParam* group) {
   norix::PrepareEntries<2>(*group, {"Tile Scale", "Zoom Blur"});
   const double t = time;
   const bool shrinking = time <= 4999;
-  norix::ParamsOf<TileScaleParams>(group->entries[0]).scale = shrinking ? t / -10000.0 + 1.0 : 1.0;
+  norix::FieldOf(group->entries[0], &TileScaleParams::scale) = shrinking ? t / -10000.0 + 1.0 : 1.0;
   // Slightly negative at the very end, which is no blur.
-  norix::ParamsOf<ZoomBlurParams>(group->entries[1]).strength = shrinking ? t * 3.2 / 5000.0 : (9600 - t) * 3.2 / 4600.0;
+  norix::FieldOf(group->entries[1], &ZoomBlurParams::strength) = shrinking ? t * 3.2 / 5000.0 : (9600 - t) * 3.2 / 4600.0;
 }

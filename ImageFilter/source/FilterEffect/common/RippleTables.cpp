@@ -32,10 +32,10 @@ void InitRippleTable1(RippleParams* params) {
 
 void InitRippleTable2(RippleParams* params, int size) {
   if (!params) return;
-  delete[] params->tables->weightTable;
-  params->tables->weightTable = nullptr;
   const int count = std::max(size, 0);
-  params->tables->weightTable = new std::int32_t[static_cast<std::size_t>(count)];
+  auto* table = new std::int32_t[static_cast<std::size_t>(count)];  // first: when it fails the old table stays
+  delete[] params->tables->weightTable;
+  params->tables->weightTable = table;
   if (count == 0) return;
   const double scale = 1024.0 / count;
   double distance = 0.0;
