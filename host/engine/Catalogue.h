@@ -23,6 +23,7 @@ struct EffectInfo {
   std::string level;    ///< what the level sets
   std::vector<Field> fields;
   bool drawsRandomNumbers = false;  ///< from the process-wide sequence: frames must be rendered in order
+  bool leavesBytes = false;         ///< some of the destination may stay unwritten: alpha, a last row, all of it
   bool needsPackedPixels = false;   ///< takes YUV 4:2:0 pictures and does nothing to them
 };
 

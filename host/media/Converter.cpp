@@ -93,7 +93,7 @@ FramePtr Converter::scale(const AVFrame& frame, const Side& from, const Side& to
     sws_setColorspaceDetails(scaler.get(), from.coefficients.data(), from.fullRange ? 1 : 0, to.coefficients.data(),
                              to.fullRange ? 1 : 0, 0, kUnit, kUnit);
   }
-  FramePtr scaled = NewPicture(to.shape.format, to.shape.width, to.shape.height);
+  FramePtr scaled = pool_.picture(to.shape.format, to.shape.width, to.shape.height);
   av_frame_copy_props(scaled.get(), &frame);
   const int rows = sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, scaled->data, scaled->linesize);
   if (rows != to.shape.height) Fail("cannot convert {} to {}", FormatName(from.shape.format), FormatName(to.shape.format));
@@ -124,7 +124,7 @@ FramePtr Converter::fit(FramePtr frame, const PictureShape& to, AVRational sampl
       std::min(to.height, whole(static_cast<int>(std::lround(frame->height * factor)), descriptor.log2_chroma_h));
   const FramePtr inner = scale(*frame, sideOf(*frame), clipSide({to.format, innerWidth, innerHeight}));
 
-  FramePtr fitted = NewPicture(to.format, to.width, to.height);
+  FramePtr fitted = pool_.picture(to.format, to.width, to.height);
   av_frame_copy_props(fitted.get(), inner.get());
   fitted->sample_aspect_ratio = sampleAspectRatio;
   std::array<std::ptrdiff_t, 4> lines{};

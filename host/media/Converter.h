@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "media/Av.h"
+#include "media/PicturePool.h"
 
 namespace norix::host {
 
@@ -61,6 +62,7 @@ private:
   FramePtr scale(const AVFrame& frame, const Side& from, const Side& to);
 
   Colour colour_;
+  PicturePool pool_;
   std::map<std::pair<Side, Side>, ScalerPtr> scalers_;
 };
 

@@ -44,14 +44,15 @@ Chain::Chain(const std::vector<StepRequest>& requests, const ChainForm& form)
     : form_(form), converter_(form.colour), resultFormat_(form.clip.format) {
   for (const StepRequest& request : requests) {
     if (const auto* effect = std::get_if<EffectRequest>(&request)) {
-      resultFormat_ = formatFor(effect->name);
-      steps_.emplace_back(EffectStep{Effect(effect->name, effect->fields), effect->level, resultFormat_});
+      const Target target = targetOf(effect->name);
+      resultFormat_ = target.format;
+      steps_.emplace_back(EffectStep{Effect(effect->name, effect->fields), effect->level, target});
       drawsRandomNumbers_ = drawsRandomNumbers_ || FindEffect(effect->name).drawsRandomNumbers;
     } else if (const auto* group = std::get_if<GroupRequest>(&request)) {
       GroupStep step = {Group(group->name), group->span, {}};
       for (const FilterGroupEntry& entry : step.group.entries()) {
-        if (entry.name) resultFormat_ = formatFor(entry.name);
-        step.formats.push_back(resultFormat_);
+        step.targets.push_back(entry.name ? targetOf(entry.name) : Target());
+        if (entry.name) resultFormat_ = step.targets.back().format;
       }
       steps_.emplace_back(std::move(step));
     }
@@ -65,10 +66,13 @@ Chain::Chain(const Chain& other)
       resultFormat_(other.resultFormat_),
       drawsRandomNumbers_(other.drawsRandomNumbers_) {}
 
-AVPixelFormat Chain::formatFor(const std::string& effect) const {
+Chain::Target Chain::targetOf(const std::string& effect) const {
+  const EffectInfo& info = FindEffect(effect);
   // An effect for packed pixels would leave a planar picture as it is.
-  const bool packed = FindEffect(effect).needsPackedPixels && !form_.formatIsWish;
-  return NegotiateFormat(effect, packed ? AV_PIX_FMT_BGRA : form_.clip.format);
+  const bool packed = info.needsPackedPixels && !form_.formatIsWish;
+  const AVPixelFormat format = NegotiateFormat(effect, packed ? AV_PIX_FMT_BGRA : form_.clip.format);
+  // Of a separate alpha plane, settings that change nothing copy the first half only.
+  return {format, info.leavesBytes || format == AV_PIX_FMT_YUVA420P};
 }
 
 FramePtr Chain::apply(FramePtr frame, std::int64_t index, PictureShape wanted) {
@@ -85,7 +89,7 @@ FramePtr Chain::apply(FramePtr frame, std::int64_t index, PictureShape wanted) {
 
 FramePtr Chain::applyStep(EffectStep& step, FramePtr frame, std::int64_t index) {
   step.effect.setLevel(step.level.at(index, form_.frameCount));
-  return renderBands(std::move(frame), step.format, [&](AVFrame& destination, AVFrame& source, Rows rows) {
+  return renderBands(std::move(frame), step.target, [&](AVFrame& destination, AVFrame& source, Rows rows) {
     step.effect.render(destination, source, rows);
   });
 }
@@ -104,17 +108,16 @@ FramePtr Chain::applyStep(GroupStep& step, FramePtr frame, std::int64_t index) {
     const auto render = [&](AVFrame& destination, AVFrame& source, Rows rows) {
       Group::Render(entry, destination, source, rows);
     };
-    frame = renderBands(std::move(frame), step.formats[k], render);
+    frame = renderBands(std::move(frame), step.targets[k], render);
   }
   return frame;
 }
 
-FramePtr Chain::renderBands(FramePtr frame, AVPixelFormat format, const RenderBand& render) {
-  frame = converter_.convert(std::move(frame), format);
-  FramePtr result = NewPicture(format, frame->width, frame->height);
+FramePtr Chain::renderBands(FramePtr frame, const Target& target, const RenderBand& render) {
+  frame = converter_.convert(std::move(frame), target.format);
+  FramePtr result = pool_.picture(target.format, frame->width, frame->height);
   av_frame_copy_props(result.get(), frame.get());
-  // Some effects leave bytes unwritten, such as alpha or a last row: there the picture stays as it was.
-  av_frame_copy(result.get(), frame.get());
+  if (target.showsSource) av_frame_copy(result.get(), frame.get());
   const std::vector<Rows> bands = CutIntoBands(frame->height, form_.bands);
   // The band at row 0 comes first: "Ripple" builds tables in it for which the others would wait.
   render(*result, *frame, bands.front());

@@ -79,27 +79,33 @@ public:
   FramePtr apply(FramePtr frame, std::int64_t index, PictureShape wanted);
 
 private:
+  /// What a step renders into.
+  struct Target {
+    AVPixelFormat format = AV_PIX_FMT_NONE;
+    bool showsSource = false;  ///< holds the source already, for an effect that leaves bytes unwritten
+  };
   struct EffectStep {
     Effect effect;
     LevelRange level;
-    AVPixelFormat format;
+    Target target;
   };
   struct GroupStep {
     Group group;
     TimeSpan span;
-    std::vector<AVPixelFormat> formats;  // of the entries; unused where an entry has no effect
+    std::vector<Target> targets;  // of the entries; unused where an entry has no effect
   };
   using Step = std::variant<EffectStep, GroupStep>;
   using RenderBand = std::function<void(AVFrame& destination, AVFrame& source, Rows rows)>;
 
-  AVPixelFormat formatFor(const std::string& effect) const;
+  Target targetOf(const std::string& effect) const;
   FramePtr applyStep(EffectStep& step, FramePtr frame, std::int64_t index);
   FramePtr applyStep(GroupStep& step, FramePtr frame, std::int64_t index);
-  FramePtr renderBands(FramePtr frame, AVPixelFormat format, const RenderBand& render);
+  FramePtr renderBands(FramePtr frame, const Target& target, const RenderBand& render);
 
   ChainForm form_;
   std::vector<Step> steps_;
   Converter converter_;
+  PicturePool pool_;
   AVPixelFormat resultFormat_ = AV_PIX_FMT_NONE;
   bool drawsRandomNumbers_ = false;
 };

@@ -1,0 +1,32 @@
+#include "media/PicturePool.h"
+
+extern "C" {
+#include <libavutil/imgutils.h>
+}
+
+#include "Failure.h"
+
+namespace norix::host {
+
+namespace {
+
+// What libav's own vector code wants of lines, and may read beyond the last one.
+constexpr int kAlignment = 64;
+
+}  // namespace
+
+FramePtr PicturePool::picture(AVPixelFormat format, int width, int height) {
+  const int bytes = av_image_get_buffer_size(format, width, height, kAlignment);
+  if (bytes < 0) Fail("cannot make a picture of {}x{} {}: {}", width, height, FormatName(format), ErrorText(bytes));
+  auto& pool = pools_[{format, width, height}];
+  if (!pool) pool.reset(OrBadAlloc(av_buffer_pool_init(static_cast<std::size_t>(bytes) + kAlignment, nullptr)));
+  FramePtr frame = NewFrame();
+  frame->format = format;
+  frame->width = width;
+  frame->height = height;
+  frame->buf[0] = OrBadAlloc(av_buffer_pool_get(pool.get()));
+  av_image_fill_arrays(frame->data, frame->linesize, frame->buf[0]->data, format, width, height, kAlignment);
+  return frame;
+}
+
+}  // namespace norix::host
