@@ -34,7 +34,7 @@ struct Size {
 
 constexpr Size kFullHd = {1920, 1080};
 // From one that fits the second-level cache to one that leaves all caches; a row and a column as the least of pictures.
-constexpr Size kSizes[] = {{320, 180}, {1280, 720}, kFullHd, {3840, 2160}, {7680, 4320}, {2073600, 1}, {1, 32768}};
+constexpr Size kSizes[] = {{320, 180}, {1280, 720}, kFullHd, {3840, 2160}, {7680, 4320}, {32000, 1}, {1, 32000}};
 constexpr AVPixelFormat kFormats[] = {AV_PIX_FMT_BGRA, AV_PIX_FMT_RGB24, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVA420P};
 
 int LevelOf(const std::string& effect) { return effect.ends_with("Blur") ? 10000 : 5000; }
