@@ -98,7 +98,7 @@ void Time(benchmark::State& state, const Hard& hard, AVPixelFormat format) {
     filter_video_frame(dst.get(), src.get(), hard.effect.c_str(), params.get(), 0, 0, src->height);
   };
   render();
-  for (auto iteration : state) {
+  for ([[maybe_unused]] auto iteration : state) {
     render();
     benchmark::ClobberMemory();
   }

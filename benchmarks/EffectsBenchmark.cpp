@@ -7,6 +7,7 @@
 // Run with --benchmark_repetitions and random interleaving and compare minima: see scripts/bench.
 
 #include <benchmark/benchmark.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <condition_variable>
@@ -96,7 +97,7 @@ void Time(benchmark::State& state, const std::string& effect, AVPixelFormat form
   rows(0, size.height);
   std::unique_ptr<Helper> helper = cut == Cut::kThreads ? std::make_unique<Helper>() : nullptr;
   const int half = (size.height / 2 + 1) & ~1;
-  for (auto iteration : state) {
+  for ([[maybe_unused]] auto iteration : state) {
     switch (cut) {
       case Cut::kWhole:
         rows(0, size.height);
@@ -120,7 +121,7 @@ void TimeCopy(benchmark::State& state, AVPixelFormat format, Size size) {
   const std::size_t bytes = PictureBytes(*src);
   const std::vector<std::uint8_t> from(bytes, 7);
   std::vector<std::uint8_t> to(bytes, 9);
-  for (auto iteration : state) {
+  for ([[maybe_unused]] auto iteration : state) {
     std::memcpy(to.data(), from.data(), bytes);
     benchmark::ClobberMemory();
   }
@@ -155,7 +156,7 @@ void RegisterEffect(const reference::Effect& effect, AVPixelFormat format, Size 
   for (const std::string& set : sets) {
     if (!usual && set != sets.front()) continue;
     const auto add = [&](const std::string& suffix, Cut cut) {
-      Add(name + picture + "/" + set + suffix, [=](benchmark::State& state) {
+      Add(fmt::format("{}{}/{}{}", name, picture, set, suffix), [=](benchmark::State& state) {
         host::UseInstructionSet(set);
         Time(state, name, format, size, cut, engine);
       });
@@ -177,7 +178,7 @@ void RegisterEffect(const reference::Effect& effect, AVPixelFormat format, Size 
 }
 
 void TimeRandomNumbers(benchmark::State& state, int count) {
-  for (auto iteration : state) {
+  for ([[maybe_unused]] auto iteration : state) {
     for (int i = 0; i < count; ++i) benchmark::DoNotOptimize(std::rand());
   }
 }

@@ -11,7 +11,7 @@ void TimeEmptyBand(benchmark::State& state, double RippleParams::*changing) {
   const host::FramePtr dst = host::NewPicture(AV_PIX_FMT_BGRA, 1920, 1080);
   const ParamsPtr params = ParamsAt("Ripple", 5000);
   auto& ripple = static_cast<RippleParams&>(*params);
-  for (auto iteration : state) {
+  for ([[maybe_unused]] auto iteration : state) {
     ripple.*changing = ripple.*changing == 20.0 ? 21.0 : 20.0;
     // A band of no rows prepares the tables and renders nothing.
     filter_video_frame(dst.get(), src.get(), "Ripple", params.get(), 0, 0, 0);

@@ -14,10 +14,10 @@ std::size_t TypingErrors(const std::string& a, const std::string& b) {
   const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
+  for (const char letter : a) {
     std::size_t diagonal = row[0]++;
     for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t replaced = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
+      const std::size_t replaced = diagonal + (lower(letter) == lower(b[j]) ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
     }

@@ -77,6 +77,26 @@ Clip Apply(const Clip& clip, const std::string& effect, int level, const Change&
       clip, effect, [level](std::size_t) { return level; }, change);
 }
 
+Change SettingsOf(const FilterGroupEntry& entry) {
+  return [&entry](FilterParams& params) {
+    const std::string name = entry.name;
+    if (name == "Mirror Move X") {
+      static_cast<MirrorMoveXParams&>(params).offset = static_cast<const MirrorMoveXParams&>(*entry.params).offset;
+    } else if (name == "Mirror Move Y") {
+      static_cast<MirrorMoveYParams&>(params).offset = static_cast<const MirrorMoveYParams&>(*entry.params).offset;
+    } else if (name == "Motion Blur") {
+      static_cast<MotionBlurParams&>(params).strength = static_cast<const MotionBlurParams&>(*entry.params).strength;
+      static_cast<MotionBlurParams&>(params).angle = static_cast<const MotionBlurParams&>(*entry.params).angle;
+    } else if (name == "Zoom Blur") {
+      static_cast<ZoomBlurParams&>(params).strength = static_cast<const ZoomBlurParams&>(*entry.params).strength;
+    } else if (name == "Tile Scale") {
+      static_cast<TileScaleParams&>(params).scale = static_cast<const TileScaleParams&>(*entry.params).scale;
+    } else {
+      FAIL() << "not expected in a group: " << name;
+    }
+  };
+}
+
 void ExpectSameFrames(const Clip& expected, const Clip& actual) {
   EXPECT_EQ(expected.width, actual.width);
   EXPECT_EQ(expected.height, actual.height);

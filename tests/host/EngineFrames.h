@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+struct FilterGroupEntry;
 struct FilterParams;
 
 namespace norix::test {
@@ -29,6 +30,9 @@ using Levels = std::function<int(std::size_t frame)>;
 
 /** Changes settings after the level has made them. */
 using Change = std::function<void(FilterParams& params)>;
+
+/** Writes what a group has set in an entry's object; fails the test for an effect that no group has. */
+Change SettingsOf(const FilterGroupEntry& entry);
 
 /** What the engine itself makes of each frame when it renders the whole picture at once. */
 Clip Apply(const Clip& clip, const std::string& effect, const Levels& levels, const Change& change = nullptr);

@@ -16,19 +16,6 @@ using testing::HasSubstr;
 
 constexpr int kFrames = 24;
 
-/** Gives an object the settings of a group's entry. */
-void TakeSettings(const FilterGroupEntry& entry, FilterParams& params) {
-  const std::string name = entry.name;
-  if (name == "Mirror Move Y") {
-    static_cast<MirrorMoveYParams&>(params).offset = static_cast<const MirrorMoveYParams&>(*entry.params).offset;
-  } else if (name == "Motion Blur") {
-    static_cast<MotionBlurParams&>(params).strength = static_cast<const MotionBlurParams&>(*entry.params).strength;
-    static_cast<MotionBlurParams&>(params).angle = static_cast<const MotionBlurParams&>(*entry.params).angle;
-  } else {
-    FAIL() << "not expected in a group: " << name;
-  }
-}
-
 /** What the engine makes of a clip with "Blurry Roll Down" over its first `count` frames, at its end after those. */
 Clip Rolled(const Clip& clip, int count = kFrames) {
   Clip result = clip;
@@ -39,7 +26,7 @@ Clip Rolled(const Clip& clip, int count = kFrames) {
     Clip one = {clip.pixelFormat, clip.width, clip.height, {clip.frames[i]}};
     for (int k = 0; k < record->count; ++k) {
       const FilterGroupEntry& entry = record->entries[k];
-      one = Apply(one, entry.name, 0, [&](FilterParams& params) { TakeSettings(entry, params); });
+      one = Apply(one, entry.name, 0, SettingsOf(entry));
     }
     result.frames[i] = one.frames.front();
   }

@@ -17,23 +17,6 @@ using testing::HasSubstr;
 constexpr double kToneLoudness = 0.354;  // of the tone in MakeClip(), which swings by 0.5
 constexpr int kSamples = 44100;
 
-/** Gives an object the settings of a group's entry. */
-void TakeSettings(const FilterGroupEntry& entry, FilterParams& params) {
-  const std::string name = entry.name;
-  if (name == "Mirror Move X") {
-    static_cast<MirrorMoveXParams&>(params).offset = static_cast<const MirrorMoveXParams&>(*entry.params).offset;
-  } else if (name == "Motion Blur") {
-    static_cast<MotionBlurParams&>(params).strength = static_cast<const MotionBlurParams&>(*entry.params).strength;
-    static_cast<MotionBlurParams&>(params).angle = static_cast<const MotionBlurParams&>(*entry.params).angle;
-  } else if (name == "Zoom Blur") {
-    static_cast<ZoomBlurParams&>(params).strength = static_cast<const ZoomBlurParams&>(*entry.params).strength;
-  } else if (name == "Tile Scale") {
-    static_cast<TileScaleParams&>(params).scale = static_cast<const TileScaleParams&>(*entry.params).scale;
-  } else {
-    FAIL() << "not expected in a group: " << name;
-  }
-}
-
 Clip OneFrame(const Clip& clip, std::size_t frame) {
   return {clip.pixelFormat, clip.width, clip.height, {clip.frames.at(frame)}};
 }
@@ -48,7 +31,7 @@ std::string AtTime(const std::string& group, int time, Clip picture) {
     const bool noTiles =
         std::strcmp(entry.name, "Tile Scale") == 0 && static_cast<TileScaleParams&>(*entry.params).scale <= 0;
     if (noTiles) continue;
-    picture = Apply(picture, entry.name, 0, [&](FilterParams& params) { TakeSettings(entry, params); });
+    picture = Apply(picture, entry.name, 0, SettingsOf(entry));
   }
   ReleaseFilterGroupParam(record);
   return picture.frames.front();

@@ -10,10 +10,12 @@
 #include <string>
 
 #include "CountedParams.h"
+#include "GroupSlot.h"
 
 namespace {
 
 using norix::test::CountedParams;
+using Slot = norix::test::GroupSlot;
 
 constexpr const char* kMirrorScaleBlur = "Mirror Scale Blur";
 
@@ -22,20 +24,8 @@ char* NewName(const char* name) {
   return std::strcpy(copy, name);
 }
 
-/// A host's slot for a group.
-struct Slot {
-  FilterGroupParam* group = nullptr;
-
-  Slot() = default;
-  Slot(const Slot&) = delete;
-  Slot& operator=(const Slot&) = delete;
-  ~Slot() { ReleaseFilterGroupParam(group); }
-
-  void Get(const char* name, int time) { GetFilterGroupParam(name, time, &group); }
-  FilterGroupEntry& operator[](int k) { return group->entries[k]; }
-  double Angle() { return dynamic_cast<SwirlParams&>(*group->entries[0].params).angle; }
-  double Strength() { return dynamic_cast<ZoomBlurParams&>(*group->entries[2].params).strength; }
-};
+double Angle(Slot& slot) { return slot.As<SwirlParams>(0).angle; }
+double Strength(Slot& slot) { return slot.As<ZoomBlurParams>(2).strength; }
 
 TEST(FilterGroup, NullGroupIsHarmless) {
   GetFilterGroupParam(kMirrorScaleBlur, 5000, nullptr);
@@ -62,7 +52,7 @@ TEST(FilterGroup, NullNameReplacesARecordWithoutReleasingIt) {
   EXPECT_EQ(group->entries, nullptr);
   EXPECT_STREQ(old.group->name, kMirrorScaleBlur);
   EXPECT_EQ(old.group->count, 3);
-  EXPECT_EQ(old.Angle(), 180.0);
+  EXPECT_EQ(Angle(old), 180.0);
   ReleaseFilterGroupParam(group);
 }
 
@@ -119,7 +109,7 @@ TEST_P(UnknownGroup, LeavesTheEntriesOfANamelessRecordAsTheyAre) {
   EXPECT_STREQ(first->name, GetParam());
   EXPECT_EQ(first->count, 0);
   ASSERT_EQ(first->entries, entries);
-  EXPECT_EQ(slot.Angle(), 180.0);
+  EXPECT_EQ(Angle(slot), 180.0);
   EXPECT_EQ(slot[1].scaleX, 150);
   first->count = 3;  // so that the release frees what the entries hold
 }
@@ -186,8 +176,8 @@ TEST(MirrorScaleBlurGroup, FollowsTheTimeAtEveryMoment) {
     ASSERT_EQ(slot[1].scaleX, percent) << "time " << time;
     ASSERT_EQ(slot[1].scaleY, percent) << "time " << time;
     ASSERT_EQ(slot[1].progress, time / 10000.0);
-    ASSERT_EQ(slot.Angle(), time / 10000.0 * 360);
-    ASSERT_EQ(slot.Strength(), time / 10000.0 * 4);
+    ASSERT_EQ(Angle(slot), time / 10000.0 * 360);
+    ASSERT_EQ(Strength(slot), time / 10000.0 * 4);
     if (++inPercent == 100) {
       ++percent;
       inPercent = 0;
@@ -217,8 +207,8 @@ TEST(MirrorScaleBlurGroup, GivesTheseNumbers) {
     EXPECT_EQ(slot[1].scaleX, moment.scale) << "time " << moment.time;
     EXPECT_EQ(slot[1].scaleY, moment.scale) << "time " << moment.time;
     EXPECT_DOUBLE_EQ(slot[1].progress, moment.progress) << "time " << moment.time;
-    EXPECT_DOUBLE_EQ(slot.Angle(), moment.angle) << "time " << moment.time;
-    EXPECT_DOUBLE_EQ(slot.Strength(), moment.strength) << "time " << moment.time;
+    EXPECT_DOUBLE_EQ(Angle(slot), moment.angle) << "time " << moment.time;
+    EXPECT_DOUBLE_EQ(Strength(slot), moment.strength) << "time " << moment.time;
   }
 }
 
@@ -245,8 +235,8 @@ TEST(MirrorScaleBlurGroup, ReusesTheRecordItsNamesAndItsObjects) {
   EXPECT_EQ(slot[1].params, nullptr);
   EXPECT_EQ(swirl->refCount, 2);
   EXPECT_EQ(blur->refCount, 2);
-  EXPECT_EQ(slot.Angle(), 360.0);
-  EXPECT_EQ(slot.Strength(), 4.0);
+  EXPECT_EQ(Angle(slot), 360.0);
+  EXPECT_EQ(Strength(slot), 4.0);
   EXPECT_EQ(slot[1].scaleX, 200);
   ReleaseParamBuffer(swirl);
   ReleaseParamBuffer(blur);
@@ -291,7 +281,7 @@ TEST(MirrorScaleBlurGroup, KeepsWhatTheHostSetInTheObjects) {
   dynamic_cast<SwirlParams&>(*slot[0].params).radius = 0.25;
   slot.Get(kMirrorScaleBlur, 5000);
   EXPECT_EQ(dynamic_cast<SwirlParams&>(*slot[0].params).radius, 0.25);
-  EXPECT_EQ(slot.Angle(), 180.0);
+  EXPECT_EQ(Angle(slot), 180.0);
 }
 
 TEST(MirrorScaleBlurGroup, ReplacesAnObjectThatDoesNotFitTheEntry) {
@@ -302,7 +292,7 @@ TEST(MirrorScaleBlurGroup, ReplacesAnObjectThatDoesNotFitTheEntry) {
   slot[0].params = new CountedParams("Counted", deletions);
   slot.Get(kMirrorScaleBlur, 5000);
   EXPECT_EQ(deletions, 1);
-  EXPECT_EQ(slot.Angle(), 180.0);
+  EXPECT_EQ(Angle(slot), 180.0);
   EXPECT_EQ(slot[0].size, 56);
 }
 
@@ -314,7 +304,7 @@ TEST(MirrorScaleBlurGroup, TakesANamelessRecord) {
   EXPECT_EQ(slot.group, group);
   EXPECT_STREQ(group->name, kMirrorScaleBlur);
   EXPECT_EQ(group->count, 3);
-  EXPECT_EQ(slot.Angle(), 90.0);
+  EXPECT_EQ(Angle(slot), 90.0);
 }
 
 // Names are filled in where they are missing and never compared.
@@ -336,7 +326,7 @@ TEST(MirrorScaleBlurGroup, TakesTheEntriesOfANamelessRecordAsTheyAre) {
   EXPECT_STREQ(slot[1].name, "Bulge");
   EXPECT_EQ(slot[1].params, nullptr) << "the middle entry carries no effect";
   EXPECT_STREQ(slot[2].name, "Zoom Blur");
-  EXPECT_EQ(slot.Strength(), 1.0);
+  EXPECT_EQ(Strength(slot), 1.0);
 }
 
 // A host that clears the record's name hands its entries on to another group, which may need more of them.
@@ -386,7 +376,7 @@ TEST(MirrorScaleBlurGroup, ReplacesARecordOfAnotherName) {
   slot.Get(kMirrorScaleBlur, 5000);
   EXPECT_STREQ(slot.group->name, kMirrorScaleBlur);
   ASSERT_EQ(slot.group->count, 3);
-  EXPECT_EQ(slot.Angle(), 180.0);
+  EXPECT_EQ(Angle(slot), 180.0);
 }
 
 TEST(ReleaseFilterGroup, ReleasesEveryObjectOnce) {

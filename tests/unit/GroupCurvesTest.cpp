@@ -11,31 +11,15 @@
 #include <vector>
 
 #include "CountedParams.h"
+#include "GroupSlot.h"
 
 namespace {
 
 using norix::test::CountedParams;
+using Slot = norix::test::GroupSlot;
 
 using Time = std::int64_t;
 using Fields = std::vector<double>;
-
-/// A host's slot for a group.
-struct Slot {
-  FilterGroupParam* group = nullptr;
-
-  Slot() = default;
-  Slot(const Slot&) = delete;
-  Slot& operator=(const Slot&) = delete;
-  ~Slot() { ReleaseFilterGroupParam(group); }
-
-  void Get(const char* name, int time) { GetFilterGroupParam(name, time, &group); }
-  FilterGroupEntry& operator[](int k) { return group->entries[k]; }
-
-  template <class Params>
-  Params& As(int k) {
-    return dynamic_cast<Params&>(*group->entries[k].params);
-  }
-};
 
 struct Sub {
   const char* name;

@@ -5,42 +5,21 @@
 #include <limits>
 #include <vector>
 
+#include "MirrorMove.h"
 #include "Render.h"
 
 namespace norix::test {
 
 namespace {
 
-using Row = std::vector<int>;
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-Owned<MirrorMoveXParams> Params(double offset) {
-  Owned<MirrorMoveXParams> params(new MirrorMoveXParams);
-  params->offset = offset;
-  return params;
-}
-
-/** `first` to `last`, upwards or downwards. */
-Row Columns(int first, int last) {
-  Row values;
-  for (int value = first; value != last; value += first < last ? 1 : -1) values.push_back(value);
-  values.push_back(last);
-  return values;
-}
-
-Row operator+(Row left, const Row& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
+constexpr auto Params = ParamsWith<MirrorMoveXParams>;
 
 /** Which source columns a row of a 4:2:0 picture shows after the move. */
-Row Moved(int width, double offset, int plane = 0) {
+List Moved(int width, double offset, int plane = 0) {
   Picture source({kYuv420p, width, 2, {}, {}}, 1);
   Picture destination({kYuv420p, width, 2, {}, {}}, 2);
   for (int p = 0; p < 3; ++p)
-    for (int row = 0; row < source.Rows(p); ++row) source.SetRow(p, row, Columns(0, source.RowBytes(p) - 1));
+    for (int row = 0; row < source.Rows(p); ++row) source.SetRow(p, row, Series(0, source.RowBytes(p) - 1));
   RenderAll("Mirror Move X", destination, source, Params(offset).get());
   return destination.Row(plane, 0);
 }
@@ -62,65 +41,65 @@ TEST(MirrorMoveXTest, NoOffsetCopiesPixels) {
 }
 
 TEST(MirrorMoveXTest, OneWidthMirrors) {
-  EXPECT_EQ(Moved(100, 1.0), Columns(99, 0));
-  EXPECT_EQ(Moved(100, 1.0, 1), Columns(49, 0));
-  EXPECT_EQ(Moved(100, 3.0), Columns(99, 0));
+  EXPECT_EQ(Moved(100, 1.0), Series(99, 0));
+  EXPECT_EQ(Moved(100, 1.0, 1), Series(49, 0));
+  EXPECT_EQ(Moved(100, 3.0), Series(99, 0));
 }
 
 TEST(MirrorMoveXTest, TwoWidthsCopy) {
-  EXPECT_EQ(Moved(100, 2.0), Columns(0, 99));
-  EXPECT_EQ(Moved(100, 2.0, 2), Columns(0, 49));
-  EXPECT_EQ(Moved(100, 200.0), Columns(0, 99));
+  EXPECT_EQ(Moved(100, 2.0), Series(0, 99));
+  EXPECT_EQ(Moved(100, 2.0, 2), Series(0, 49));
+  EXPECT_EQ(Moved(100, 200.0), Series(0, 99));
 }
 
 TEST(MirrorMoveXTest, QuarterToTheRight) {
-  EXPECT_EQ(Moved(100, 0.25), Columns(24, 0) + Columns(0, 74));
-  EXPECT_EQ(Moved(100, 0.25, 1), Columns(11, 0) + Columns(0, 37)) << "25 / 2 is 12 in chroma";
+  EXPECT_EQ(Moved(100, 0.25), Series(24, 0) + Series(0, 74));
+  EXPECT_EQ(Moved(100, 0.25, 1), Series(11, 0) + Series(0, 37)) << "25 / 2 is 12 in chroma";
 }
 
 TEST(MirrorMoveXTest, QuarterToTheLeftTruncates) {
   // -24.5 becomes -24, not -25.
-  EXPECT_EQ(Moved(100, -0.25), Columns(24, 99) + Columns(99, 76));
-  EXPECT_EQ(Moved(100, -0.25, 2), Columns(12, 49) + Columns(49, 38));
+  EXPECT_EQ(Moved(100, -0.25), Series(24, 99) + Series(99, 76));
+  EXPECT_EQ(Moved(100, -0.25, 2), Series(12, 49) + Series(49, 38));
 }
 
 TEST(MirrorMoveXTest, RoundsHalvesUp) {
-  EXPECT_EQ(Moved(10, 0.04), Columns(0, 9));
-  EXPECT_EQ(Moved(10, 0.05), Columns(0, 0) + Columns(0, 8)) << "0.5 + 0.5";
-  EXPECT_EQ(Moved(10, -0.05), Columns(0, 9));
-  EXPECT_EQ(Moved(10, -0.14), Columns(0, 9)) << "-1.4 + 0.5 is -0.9, and that is 0";
-  EXPECT_EQ(Moved(10, -0.15), Columns(1, 9) + Columns(9, 9)) << "-1.5 + 0.5";
+  EXPECT_EQ(Moved(10, 0.04), Series(0, 9));
+  EXPECT_EQ(Moved(10, 0.05), Series(0, 0) + Series(0, 8)) << "0.5 + 0.5";
+  EXPECT_EQ(Moved(10, -0.05), Series(0, 9));
+  EXPECT_EQ(Moved(10, -0.14), Series(0, 9)) << "-1.4 + 0.5 is -0.9, and that is 0";
+  EXPECT_EQ(Moved(10, -0.15), Series(1, 9) + Series(9, 9)) << "-1.5 + 0.5";
 }
 
 TEST(MirrorMoveXTest, FoldsBeyondOneWidth) {
-  EXPECT_EQ(Moved(10, 1.3), Columns(7, 9) + Columns(9, 3)) << "13 of 20 is -7";
-  EXPECT_EQ(Moved(10, -1.35), Columns(6, 0) + Columns(0, 2)) << "-13 of 20 is 7";
+  EXPECT_EQ(Moved(10, 1.3), Series(7, 9) + Series(9, 3)) << "13 of 20 is -7";
+  EXPECT_EQ(Moved(10, -1.35), Series(6, 0) + Series(0, 2)) << "-13 of 20 is 7";
 }
 
 TEST(MirrorMoveXTest, OddWidthHalvesTheShiftForChroma) {
   // 7 columns, 4 in chroma; 5 / 2 is 2.
-  EXPECT_EQ(Moved(7, 5.0 / 7.0), Columns(4, 0) + Columns(0, 1));
-  EXPECT_EQ(Moved(7, 5.0 / 7.0, 1), (Row{1, 0, 0, 1}));
+  EXPECT_EQ(Moved(7, 5.0 / 7.0), Series(4, 0) + Series(0, 1));
+  EXPECT_EQ(Moved(7, 5.0 / 7.0, 1), (List{1, 0, 0, 1}));
   // Twice the width is all round in luma; in chroma it is 7 of a period of 8: one column to the left.
-  EXPECT_EQ(Moved(7, 2.0), Columns(0, 6));
-  EXPECT_EQ(Moved(7, 2.0, 1), (Row{1, 2, 3, 3}));
-  EXPECT_EQ(Moved(7, 2.0, 2), (Row{1, 2, 3, 3}));
+  EXPECT_EQ(Moved(7, 2.0), Series(0, 6));
+  EXPECT_EQ(Moved(7, 2.0, 1), (List{1, 2, 3, 3}));
+  EXPECT_EQ(Moved(7, 2.0, 2), (List{1, 2, 3, 3}));
 }
 
 TEST(MirrorMoveXTest, OneColumnStaysAsItIs) {
-  for (const double offset : {0.0, 0.5, 1.0, -3.0, 1e9}) EXPECT_EQ(Moved(1, offset), Row{0});
+  for (const double offset : {0.0, 0.5, 1.0, -3.0, 1e9}) EXPECT_EQ(Moved(1, offset), List{0});
 }
 
 TEST(MirrorMoveXTest, HostileOffsets) {
-  EXPECT_EQ(Moved(10, kNaN), Columns(0, 9)) << "no number is no shift";
+  EXPECT_EQ(Moved(10, kNaN), Series(0, 9)) << "no number is no shift";
   // 2147483647 of a period of 20 is 7, -2147483648 is -8; in chroma 1073741823 of 10 is 3, -1073741824 is -4.
   for (const double offset : {kInfinity, 1e300, 1e10}) {
-    EXPECT_EQ(Moved(10, offset), Columns(6, 0) + Columns(0, 2)) << offset;
-    EXPECT_EQ(Moved(10, offset, 1), (Row{2, 1, 0, 0, 1})) << offset;
+    EXPECT_EQ(Moved(10, offset), Series(6, 0) + Series(0, 2)) << offset;
+    EXPECT_EQ(Moved(10, offset, 1), (List{2, 1, 0, 0, 1})) << offset;
   }
   for (const double offset : {-kInfinity, -1e300, -1e10}) {
-    EXPECT_EQ(Moved(10, offset), Columns(8, 9) + Columns(9, 2)) << offset;
-    EXPECT_EQ(Moved(10, offset, 1), (Row{4, 4, 3, 2, 1})) << offset;
+    EXPECT_EQ(Moved(10, offset), Series(8, 9) + Series(9, 2)) << offset;
+    EXPECT_EQ(Moved(10, offset, 1), (List{4, 4, 3, 2, 1})) << offset;
   }
 }
 
@@ -145,13 +124,13 @@ TEST(MirrorMoveXTest, AlphaPlaneStandsStillOverWholeBand) {
   Picture expected = destination;
   CopyRows(expected, source, 3, 2, 8, 11);
   for (int row = 2; row < 8; ++row) {
-    Row moved = source.Row(0, row);
+    List moved = source.Row(0, row);
     std::reverse(moved.begin(), moved.end());
     expected.SetRow(0, row, moved);
   }
   for (const int plane : {1, 2})
     for (int row = 1; row < 4; ++row) {
-      Row moved = source.Row(plane, row);
+      List moved = source.Row(plane, row);
       std::reverse(moved.begin(), moved.end());
       expected.SetRow(plane, row, moved);
     }

@@ -5,35 +5,14 @@
 #include <limits>
 #include <vector>
 
+#include "MirrorMove.h"
 #include "Render.h"
 
 namespace norix::test {
 
 namespace {
 
-using List = std::vector<int>;
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-Owned<MirrorMoveYParams> Params(double offset) {
-  Owned<MirrorMoveYParams> params(new MirrorMoveYParams);
-  params->offset = offset;
-  return params;
-}
-
-/** `first` to `last`, upwards or downwards. */
-List Rows(int first, int last) {
-  List values;
-  for (int value = first; value != last; value += first < last ? 1 : -1) values.push_back(value);
-  values.push_back(last);
-  return values;
-}
-
-List operator+(List left, const List& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
+constexpr auto Params = ParamsWith<MirrorMoveYParams>;
 
 /** Which source rows a band of a plane shows after the move. */
 List Moved(int height, double offset, int firstRow, int rowCount, int plane = 0) {
@@ -68,80 +47,80 @@ TEST(MirrorMoveYTest, NoOffsetCopiesRows) {
 }
 
 TEST(MirrorMoveYTest, OneHeightTurnsUpsideDown) {
-  EXPECT_EQ(Moved(100, 1.0), Rows(99, 0));
-  EXPECT_EQ(MovedChroma(100, 1.0), Rows(49, 0));
-  EXPECT_EQ(Moved(100, 3.0), Rows(99, 0));
+  EXPECT_EQ(Moved(100, 1.0), Series(99, 0));
+  EXPECT_EQ(MovedChroma(100, 1.0), Series(49, 0));
+  EXPECT_EQ(Moved(100, 3.0), Series(99, 0));
 }
 
 TEST(MirrorMoveYTest, QuarterDown) {
-  EXPECT_EQ(Moved(100, 0.25), Rows(24, 0) + Rows(0, 74));
-  EXPECT_EQ(MovedChroma(100, 0.25), Rows(11, 0) + Rows(0, 37)) << "25 / 2 is 12 in chroma";
+  EXPECT_EQ(Moved(100, 0.25), Series(24, 0) + Series(0, 74));
+  EXPECT_EQ(MovedChroma(100, 0.25), Series(11, 0) + Series(0, 37)) << "25 / 2 is 12 in chroma";
 }
 
 TEST(MirrorMoveYTest, BandAboveTheBoundaryShowsOneRowLower) {
-  EXPECT_EQ(Moved(100, 0.25, 0, 10), Rows(25, 16));
-  EXPECT_EQ(Moved(100, 0.25, 10, 10), Rows(15, 6));
-  EXPECT_EQ(Moved(100, 0.25, 0, 24), Rows(25, 2));
-  EXPECT_EQ(Moved(100, 0.25, 0, 25), Rows(24, 0)) << "ends at the boundary";
-  EXPECT_EQ(Moved(100, 0.25, 0, 26), Rows(24, 0) + List{0});
-  EXPECT_EQ(Moved(100, 0.25, 25, 10), Rows(0, 9));
+  EXPECT_EQ(Moved(100, 0.25, 0, 10), Series(25, 16));
+  EXPECT_EQ(Moved(100, 0.25, 10, 10), Series(15, 6));
+  EXPECT_EQ(Moved(100, 0.25, 0, 24), Series(25, 2));
+  EXPECT_EQ(Moved(100, 0.25, 0, 25), Series(24, 0)) << "ends at the boundary";
+  EXPECT_EQ(Moved(100, 0.25, 0, 26), Series(24, 0) + List{0});
+  EXPECT_EQ(Moved(100, 0.25, 25, 10), Series(0, 9));
 }
 
 TEST(MirrorMoveYTest, ChromaBandsAreJudgedByTheirOwnBoundary) {
   // Boundary 12 in chroma: bands of 11 rows lie above it, of 12 reach it.
-  EXPECT_EQ(Moved(100, 0.25, 0, 22, 1), Rows(12, 2));
-  EXPECT_EQ(Moved(100, 0.25, 0, 24, 1), Rows(11, 0)) << "while luma is still above its boundary";
-  EXPECT_EQ(Moved(100, 0.25, 0, 24, 2), Rows(11, 0));
+  EXPECT_EQ(Moved(100, 0.25, 0, 22, 1), Series(12, 2));
+  EXPECT_EQ(Moved(100, 0.25, 0, 24, 1), Series(11, 0)) << "while luma is still above its boundary";
+  EXPECT_EQ(Moved(100, 0.25, 0, 24, 2), Series(11, 0));
 }
 
 TEST(MirrorMoveYTest, UpsideDownBandsRepeatTheLastRow) {
   // The row below the last one is the last one.
   EXPECT_EQ(Moved(10, 1.0, 0, 4), List({9, 9, 8, 7}));
-  EXPECT_EQ(Moved(10, 1.0, 4, 4), Rows(6, 3));
-  EXPECT_EQ(Moved(10, 1.0, 4, 6), Rows(5, 0));
+  EXPECT_EQ(Moved(10, 1.0, 4, 4), Series(6, 3));
+  EXPECT_EQ(Moved(10, 1.0, 4, 6), Series(5, 0));
   EXPECT_EQ(Moved(10, 1.0, 0, 4, 1), List({4, 4}));
 }
 
 TEST(MirrorMoveYTest, QuarterUpTruncates) {
   // -24.5 becomes -24, not -25.
-  EXPECT_EQ(Moved(100, -0.25), Rows(24, 99) + Rows(99, 76));
-  EXPECT_EQ(MovedChroma(100, -0.25), Rows(12, 49) + Rows(49, 38));
-  EXPECT_EQ(Moved(100, -0.25, 0, 10), Rows(24, 33)) << "upwards all bands follow one rule";
-  EXPECT_EQ(Moved(100, -0.25, 80, 10), Rows(95, 86));
+  EXPECT_EQ(Moved(100, -0.25), Series(24, 99) + Series(99, 76));
+  EXPECT_EQ(MovedChroma(100, -0.25), Series(12, 49) + Series(49, 38));
+  EXPECT_EQ(Moved(100, -0.25, 0, 10), Series(24, 33)) << "upwards all bands follow one rule";
+  EXPECT_EQ(Moved(100, -0.25, 80, 10), Series(95, 86));
 }
 
 TEST(MirrorMoveYTest, RoundsHalvesUp) {
-  EXPECT_EQ(Moved(10, 0.04), Rows(0, 9));
-  EXPECT_EQ(Moved(10, 0.05), List{0} + Rows(0, 8)) << "0.5 + 0.5";
-  EXPECT_EQ(Moved(10, -0.14), Rows(0, 9)) << "-1.4 + 0.5 is -0.9, and that is 0";
-  EXPECT_EQ(Moved(10, -0.15), Rows(1, 9) + List{9}) << "-1.5 + 0.5";
+  EXPECT_EQ(Moved(10, 0.04), Series(0, 9));
+  EXPECT_EQ(Moved(10, 0.05), List{0} + Series(0, 8)) << "0.5 + 0.5";
+  EXPECT_EQ(Moved(10, -0.14), Series(0, 9)) << "-1.4 + 0.5 is -0.9, and that is 0";
+  EXPECT_EQ(Moved(10, -0.15), Series(1, 9) + List{9}) << "-1.5 + 0.5";
 }
 
 TEST(MirrorMoveYTest, FoldsBeyondOneHeight) {
-  EXPECT_EQ(Moved(10, 1.3), Rows(7, 9) + Rows(9, 3)) << "13 of 20 is -7";
-  EXPECT_EQ(Moved(10, -1.35), Rows(6, 0) + Rows(0, 2)) << "-13 of 20 is 7";
-  EXPECT_EQ(Moved(10, -1.05), Rows(9, 0)) << "-10 shows the whole mirror";
+  EXPECT_EQ(Moved(10, 1.3), Series(7, 9) + Series(9, 3)) << "13 of 20 is -7";
+  EXPECT_EQ(Moved(10, -1.35), Series(6, 0) + Series(0, 2)) << "-13 of 20 is 7";
+  EXPECT_EQ(Moved(10, -1.05), Series(9, 0)) << "-10 shows the whole mirror";
 }
 
 TEST(MirrorMoveYTest, OddHeightHalvesTheShiftForChroma) {
   // 7 rows, 4 in chroma; 5 / 2 is 2.
-  EXPECT_EQ(Moved(7, 5.0 / 7.0), Rows(4, 0) + Rows(0, 1));
+  EXPECT_EQ(Moved(7, 5.0 / 7.0), Series(4, 0) + Series(0, 1));
   EXPECT_EQ(MovedChroma(7, 5.0 / 7.0), (List{1, 0, 0, 1}));
   // Twice the height is all round in luma; in chroma it is 7 of a period of 8: one row up.
-  EXPECT_EQ(Moved(7, 2.0), Rows(0, 6));
+  EXPECT_EQ(Moved(7, 2.0), Series(0, 6));
   EXPECT_EQ(MovedChroma(7, 2.0), (List{1, 2, 3, 3}));
   EXPECT_EQ(MovedChroma(7, 2.0, 2), (List{1, 2, 3, 3}));
 }
 
 TEST(MirrorMoveYTest, HostileOffsets) {
-  EXPECT_EQ(Moved(10, kNaN), Rows(0, 9)) << "no number is no shift";
+  EXPECT_EQ(Moved(10, kNaN), Series(0, 9)) << "no number is no shift";
   // 2147483647 of a period of 20 is 7, -2147483648 is -8; in chroma 1073741823 of 10 is 3, -1073741824 is -4.
   for (const double offset : {kInfinity, 1e300, 1e10}) {
-    EXPECT_EQ(Moved(10, offset), Rows(6, 0) + Rows(0, 2)) << offset;
+    EXPECT_EQ(Moved(10, offset), Series(6, 0) + Series(0, 2)) << offset;
     EXPECT_EQ(MovedChroma(10, offset), (List{2, 1, 0, 0, 1})) << offset;
   }
   for (const double offset : {-kInfinity, -1e300, -1e10}) {
-    EXPECT_EQ(Moved(10, offset), Rows(8, 9) + Rows(9, 2)) << offset;
+    EXPECT_EQ(Moved(10, offset), Series(8, 9) + Series(9, 2)) << offset;
     EXPECT_EQ(MovedChroma(10, offset), (List{4, 4, 3, 2, 1})) << offset;
   }
 }
