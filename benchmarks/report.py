@@ -54,8 +54,8 @@ class Report:
         rows = []
         for name, time in self.peers.items():
             _, peer, its_effect, its_form, call = name.split("/", 4)
-            if its_effect == effect and its_form == form:
-                rows.append((time, peer, call, self.notes.get((peer, effect, form, call), {})))
+            if its_effect == effect and {"rgba": "bgra"}.get(its_form, its_form) == form:
+                rows.append((time, peer, call, self.notes.get((peer, effect, its_form, call), {})))
         rows.sort(key=lambda row: row[0])
         fresh = [row for row in rows if row[3].get("fresh")]
         return rows[0] if rows else None, fresh[0] if fresh else None
