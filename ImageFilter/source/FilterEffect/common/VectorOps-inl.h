@@ -11,6 +11,8 @@
 #include <hwy/highway.h>
 
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -92,6 +94,21 @@ HWY_INLINE hn::Vec<Dwords> LookupInTwo(hn::Vec<Dwords> a, hn::Vec<Dwords> b, hn:
 HWY_INLINE SignedByteVector PairWeights(int even, int odd) {
   const auto pair = static_cast<std::uint16_t>((even & 0xFF) | (odd & 0xFF) << 8);
   return hn::BitCast(SignedBytes(), hn::Set(UnsignedWords(), pair));
+}
+
+/// The lanes of a mask, a bit each.
+template <class D, class Mask>
+HWY_INLINE std::uint64_t MaskBits(D d, Mask mask) {
+  constexpr std::size_t kBytes = (hn::MaxLanes(D()) + 7) / 8;
+  using Bits = std::conditional_t<
+      kBytes == 8, std::uint64_t,
+      std::conditional_t<kBytes == 4, std::uint32_t, std::conditional_t<kBytes == 2, std::uint16_t, std::uint8_t>>>;
+  // StoreMaskBits may write eight bytes. Only as many as it does write are read, so that they can stay in a register.
+  std::uint8_t stored[8];
+  hn::StoreMaskBits(d, mask, stored);
+  Bits bits;
+  std::memcpy(&bits, stored, sizeof bits);
+  return bits;
 }
 
 /// Sixteen bytes in every block.
