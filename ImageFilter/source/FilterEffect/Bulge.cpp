@@ -7,70 +7,106 @@
 // In RGB24 pictures the distance is taken from the column alone as long as the centre lies inside the picture: the vertical
 // part enters as a whole number of picture heights. The bulge acts on a vertical strip there.
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "FilterEffect/Bulge.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include <algorithm>
 #include <cmath>
 
 #include "FilterEffect/Effects.h"
-#include "FilterEffect/common/NearestWarp.h"
+#include "FilterEffect/common/NearestWarp-inl.h"
 
-namespace {
+#ifndef NORIX_BULGE_SETUP
+#define NORIX_BULGE_SETUP
+namespace norix {
 
-constexpr double kNegligible = 1e-5;
-
-struct BulgeWarp {
-  double centerX;
-  double centerY;
-  double radius;
-  double strength;
-
-  norix::WarpedPoint operator()(double u, double v) const {
-    const double dx = u - centerX;
-    const double dy = v - centerY;
-    return moved(u, v, dx, dy, std::sqrt(dx * dx + dy * dy));
+/// The amount is the strength.
+struct BulgeRule {
+  static WarpedPoint Moved(const WarpCircle& circle, double dx, double dy, double d) {
+    const double k = 1.0 - (circle.radius - d) / circle.radius * circle.amount;
+    const double scale = k * k;
+    return {circle.centerX + dx * scale, circle.centerY + dy * scale};
   }
 
-  norix::WarpedPoint moved(double u, double v, double dx, double dy, double d) const {
-    if (!(radius > d)) return {u, v};
-    const double k = 1.0 - (radius - d) / radius * strength;
-    const double s = k * k;
-    return {centerX + dx * s, centerY + dy * s};
+  /// e = 2^-24, s = strength. k - 1 = (s / radius) d - s is off by e s (5 + 1 + 1); scale - 1 = (k - 1)(k + 1) with
+  /// |k + 1| <= q = max(2, |2 - s|) by e s (7 q + q + 7 s + q); times the vector, 2 e: e d s (11 q + 7 s).
+  /// Neighbours move by |scale - 1| + d * 2 |k| s / radius times their distance apart, at most.
+  static WarpBounds Bounds(const WarpCircle& circle) {
+    const double far = FarthestInside(circle);
+    const double s = circle.amount;
+    const double q = std::max(2.0, std::abs(2 - s));
+    const double most = s <= 1 ? s * (2 - s) : std::max(1.0, s * (s - 2));
+    return {far * most, far * s * (11 * q + 7 * s), most + far * 2 * (1 + s) * s / circle.radius};
   }
 };
 
-/// The warp of RGB24 pictures, with the vertical distance in whole picture heights.
-class BulgeStripWarp {
-public:
-  BulgeStripWarp(const BulgeWarp& warp, int firstRow, int height)
-      : warp_(warp),
-        rowStep_(1.0 / height),
-        q_(norix::TruncateToInt(static_cast<double>(firstRow) / height - warp.centerY)) {}
+}  // namespace norix
+#endif
 
-  norix::WarpedPoint operator()(double u, double v) const {
-    const double dx = u - warp_.centerX;
-    const auto squared = static_cast<double>(std::int64_t{q_} * q_);
-    return warp_.moved(u, v, dx, v - warp_.centerY, std::sqrt(dx * dx + squared));
+HWY_BEFORE_NAMESPACE();
+namespace norix::HWY_NAMESPACE {
+
+class BulgeLanes {
+public:
+  using Rule = BulgeRule;
+  static constexpr bool kTurns = false;
+  static constexpr bool kExactInDouble = true;
+
+  explicit BulgeLanes(const WarpCircle& circle)
+      : slope_(static_cast<float>(circle.amount / circle.radius)), start_(static_cast<float>(-circle.amount)) {}
+
+  template <class D, class V>
+  HWY_INLINE void Turn(D df, V d, V& scaleLessOne, V& /*sine*/) const {
+    const auto depth = hn::MulAdd(d, hn::Set(df, slope_), hn::Set(df, start_));
+    scaleLessOne = hn::Mul(depth, hn::Add(depth, hn::Set(df, 2.0F)));
   }
 
-  void nextRow() { q_ = norix::TruncateToInt(static_cast<double>(q_) + rowStep_); }
+  /// The exact formula, operation by operation.
+  template <class D, class V>
+  static HWY_INLINE void Moved(D d, const WarpCircle& circle, V dx, V dy, V distance, V& u, V& v) {
+    const auto radius = hn::Set(d, circle.radius);
+    const auto depth = hn::Mul(hn::Div(hn::Sub(radius, distance), radius), hn::Set(d, circle.amount));
+    const auto k = hn::Sub(hn::Set(d, 1.0), depth);
+    const auto scale = hn::Mul(k, k);
+    u = hn::Add(hn::Set(d, circle.centerX), hn::Mul(dx, scale));
+    v = hn::Add(hn::Set(d, circle.centerY), hn::Mul(dy, scale));
+  }
 
 private:
-  BulgeWarp warp_;
-  double rowStep_;
-  int q_;
+  float slope_;
+  float start_;
 };
 
-}  // namespace
+void BulgeBand(const WarpCircle& circle, const WarpPicture& picture) {
+  WarpBand<BulgeLanes>(circle, BulgeRule::Bounds(circle), picture);
+}
+
+}  // namespace norix::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace norix {
+HWY_EXPORT(BulgeBand);
+static void RenderBulge(const WarpCircle& circle, const WarpPicture& picture) {
+  HWY_DYNAMIC_DISPATCH(BulgeBand)(circle, picture);
+}
+}  // namespace norix
 
 void Bulge(AVFrame* dst, AVFrame* src, BulgeParams* params, int firstRow, int rowCount) {
+  constexpr double kNegligible = 1e-5;
   if (!norix::HasPicture(dst, src)) return;
   if (!params || params->radius < kNegligible || params->strength < kNegligible) {
     return CopyFrameData(dst, src, firstRow, rowCount);
   }
   const norix::Band rows = {firstRow, rowCount};
-  const BulgeWarp warp = {params->centerX, params->centerY, params->radius, params->strength};
-  if (norix::LayoutOf(src->format) == norix::Layout::kPacked3) {
-    return norix::WarpPacked<3>(*dst, *src, rows, BulgeStripWarp(warp, firstRow, src->height));
-  }
+  const bool wholeVertical = norix::LayoutOf(src->format) == norix::Layout::kPacked3;
+  const norix::WarpCircle circle = {params->centerX, params->centerY, params->radius, params->strength, wholeVertical};
   // The last row of an odd band counts as the picture's, wherever the band ends.
   const double lastRowV = static_cast<double>(src->height - 1) / src->height;
-  norix::WarpFrame(*dst, *src, rows, warp, lastRowV);
+  if (norix::BeginWarp(*dst, *src, rows)) norix::RenderBulge(circle, norix::WarpPicture(*dst, *src, rows, lastRowV));
 }
+
+#endif

@@ -1,3 +1,8 @@
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "FilterEffect/common/RippleTables.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
 #include "FilterEffect/common/RippleTables.h"
 
 #include <algorithm>
@@ -9,6 +14,35 @@
 
 #include "FilterEffect/common/ExactInt.h"
 
+HWY_BEFORE_NAMESPACE();
+namespace norix::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Fills the table with the wave, fading with the distance; products are truncated toward zero, saturate, and NaN gives 0.
+void FillRippleOffsets(const double* wave, std::int32_t* table) {
+  const hn::ScalableTag<double> d;
+  const hn::Rebind<std::int32_t, decltype(d)> di;
+  const int lanes = static_cast<int>(hn::Lanes(d));
+  for (int j = 0; j < kRippleSteps; ++j, table += kRippleSteps) {
+    // Nearly 1 next to the centre, nearly 0 in the last row.
+    const auto fading = hn::Set(d, j == 0 ? 0.0 : 1.0 / j + -0.0009765625);
+    for (int i = 0; i < kRippleSteps; i += lanes) {
+      const auto value = hn::Mul(hn::LoadU(d, wave + i), fading);
+      hn::StoreU(hn::DemoteTo(di, hn::IfThenElseZero(hn::Eq(value, value), value)), di, table + i);
+    }
+  }
+}
+
+}  // namespace norix::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace norix {
+HWY_EXPORT(FillRippleOffsets);
+static void FillOffsets(const double* wave, std::int32_t* table) { HWY_DYNAMIC_DISPATCH(FillRippleOffsets)(wave, table); }
+}  // namespace norix
+
 void InitRippleTable1(RippleParams* params) {
   if (!params) return;
   std::int32_t* table = params->tables->offsetTable;
@@ -19,12 +53,7 @@ void InitRippleTable1(RippleParams* params) {
   const double step = 6.283185307179586 / (1024.0 / width);
   std::array<double, norix::kRippleSteps> wave;
   for (std::size_t i = 0; i < wave.size(); ++i) wave[i] = std::sin(static_cast<double>(i) * step) * height;
-  std::int32_t* entry = table;
-  for (int j = 0; j < norix::kRippleSteps; ++j) {
-    // Nearly 1 next to the centre, nearly 0 in the last row.
-    const double fading = j == 0 ? 0.0 : 1.0 / j + -0.0009765625;
-    for (const double value : wave) *entry++ = norix::TruncateToInt(value * fading);
-  }
+  norix::FillOffsets(wave.data(), table);
 
   // Bands on other threads may be looking for the table: they see it filled or not at all.
   std::atomic_ref(params->tables->offsetTable).store(table, std::memory_order_release);
@@ -41,3 +70,5 @@ void InitRippleTable2(RippleParams* params, int size) {
   double distance = 0.0;
   for (int i = 0; i < count; ++i, distance += 1.0) params->tables->weightTable[i] = norix::TruncateToInt(scale * distance);
 }
+
+#endif

@@ -1,0 +1,85 @@
+// Ripple where its kernel changes course: strips to both sides of the middle, every pair of legs, products that wrap,
+// planes with lines of their own.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "exact/SampleComparison.h"
+
+namespace norix::test {
+
+namespace {
+
+/** Damping, amplitude and phase are the last three of the fields; the others are not read. */
+std::vector<double> Fields(double damping, double amplitude, double phase) {
+  return {0.5, 0.5, 0.5, damping, amplitude, phase};
+}
+
+class RippleKernelTest : public testing::Test {
+protected:
+  testing::AssertionResult Agree(const std::vector<double>& fields, int format, int width, int height, int firstRow,
+                                 int rowCount) {
+    return SampleComparison("Ripple", fields)
+        .Agrees(SampleShape(format, width, height, random_), SampleShape(format, width, height, random_), firstRow,
+                rowCount, random_.Next());
+  }
+
+  Random random_{6173};
+};
+
+// In a square of 1024 every pair of legs occurs: no weight is above half the table.
+TEST_F(RippleKernelTest, EveryPairOfLegs) {
+  ASSERT_TRUE(Agree(Fields(90, 20, 0), kRgb24, 1024, 1024, 0, 1024));
+  ASSERT_TRUE(Agree(Fields(0.5, 700, 13), kYuv420p, 1024, 1024, 0, 1024));
+}
+
+TEST_F(RippleKernelTest, WidthsAroundStrips) {
+  for (const int format : SampledFormats())
+    for (const int base : {16, 64, 256, 512, 1024})
+      for (int width = base - 3; width <= base + 3; ++width) {
+        const int height = random_.Between(1, 14);
+        const int first = random_.Between(0, height - 1);
+        ASSERT_TRUE(Agree(Fields(90, 20, random_.Real(0, 80)), format, width, height, first, height - first));
+        ASSERT_TRUE(Agree(Fields(random_.Real(-100, 100), 60, 0), format, height, width, width / 4, width / 2));
+      }
+}
+
+// Samples leave 16 bits, products 32, and the table saturates.
+TEST_F(RippleKernelTest, WildAmplitudes) {
+  for (const double amplitude : {0.0, 1.0, 1000.0, 3e4, 1e5, 1e6, 1e7, 1e12, -5e4, -1e300})
+    for (int i = 0; i < 12; ++i) {
+      const int width = random_.Between(1, 400);
+      const int height = random_.Between(1, 40);
+      ASSERT_TRUE(Agree(Fields(random_.Real(-500, 100.9), amplitude, random_.Real(-90, 90)), random_.Pick(SampledFormats()),
+                        width, height, 0, height));
+    }
+}
+
+TEST_F(RippleKernelTest, LongLines) {
+  for (const int format : SampledFormats()) {
+    PictureShape shape{format, 150, 21, {33000, 32700, 32700, 5}, {}};
+    const SampleComparison comparison("Ripple", Fields(90, 20, 3));
+    ASSERT_TRUE(comparison.Agrees(shape, shape, 0, 21, random_.Next()));
+    shape.bottomUp = {true, true, false, false};
+    ASSERT_TRUE(comparison.Agrees(shape, shape, 4, 9, random_.Next()));
+  }
+}
+
+TEST_F(RippleKernelTest, NothingBesideThePlanesIsTouched) {
+  for (const int format : SampledFormats())
+    for (const int width : {1, 3, 16, 33, 129, 300, 600})
+      for (const bool atEnd : {false, true})
+        for (const double amplitude : {20.0, 1e5}) {
+          const SampleComparison comparison("Ripple", Fields(90, amplitude, random_.Real(0, 80)));
+          PictureShape shape{format, width, random_.Between(1, 40), {}, {}};
+          ASSERT_TRUE(comparison.AgreesInCorners(shape, atEnd, random_.Next()));
+          shape.bottomUp = {true, true, true, true};
+          ASSERT_TRUE(comparison.AgreesInCorners(shape, atEnd, random_.Next()));
+        }
+}
+
+}  // namespace
+
+}  // namespace norix::test
