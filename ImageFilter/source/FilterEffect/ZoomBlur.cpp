@@ -4,41 +4,51 @@
 // ones before 4 lie outward, tap 4 is the sample itself. The distance is a running value that loses strength / 100 with
 // every row and column.
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "FilterEffect/ZoomBlur.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include <cstdint>
+
 #include "FilterEffect/Effects.h"
+#include "FilterEffect/common/ExactInt.h"
+#include "FilterEffect/common/Frame.h"
+#include "FilterEffect/common/LineBlur-inl.h"
 #include "FilterEffect/common/LineBlur.h"
 
+HWY_BEFORE_NAMESPACE();
+namespace norix::HWY_NAMESPACE {
+
+void ZoomBlurBand(const BlurJob& job) { BlurColumns(job, 0, job.size.width); }
+
+}  // namespace norix::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace norix {
+HWY_EXPORT(ZoomBlurBand);
+static void RenderBand(const BlurJob& job) { HWY_DYNAMIC_DISPATCH(ZoomBlurBand)(job); }
+
+/// The line from a sample to the centre, in percent of `strength`.
+static BlurLine LineToCenter(const ZoomBlurParams& params, PlaneSize size, std::int64_t firstRow) {
+  const int centerX = TruncateToInt(size.width * params.centerX);
+  const int centerY = TruncateToInt(size.height * params.centerY);
+  return {params.strength * centerX / 100, static_cast<double>(centerY - firstRow) * params.strength / 100,
+          params.strength / 100};
+}
+}  // namespace norix
+
 namespace {
-
 constexpr double kNegligibleStrength = 1e-5;  // percent
-
-/// The line from a sample to the centre, walked along with the samples.
-class ZoomLine {
-public:
-  ZoomLine(const ZoomBlurParams& params, norix::PlaneSize size, std::int64_t firstRow) : step_(params.strength / 100) {
-    const int centerX = norix::TruncateToInt(size.width * params.centerX);
-    const int centerY = norix::TruncateToInt(size.height * params.centerY);
-    dy_ = static_cast<double>(centerY - firstRow) * params.strength / 100;
-    firstDx_ = params.strength * centerX / 100;
-  }
-
-  double row(int k, double y) const { return (k - 4) * dy_ + y; }
-  double column(int k, double x) const { return (k - 4) * dx_ + x; }
-  void nextRow() { dy_ -= step_; }
-  void firstColumn() { dx_ = firstDx_; }
-  void nextColumn() { dx_ -= step_; }
-
-private:
-  double step_;
-  double firstDx_;
-  double dx_ = 0.0;
-  double dy_;
-};
-
 }  // namespace
 
 void ZoomBlur(AVFrame* dst, AVFrame* src, ZoomBlurParams* params, int firstRow, int rowCount) {
   if (!norix::HasPicture(dst, src)) return;
   if (!params || params->strength < kNegligibleStrength) return CopyFrameData(dst, src, firstRow, rowCount);
-  norix::BlurFrame(*dst, *src, {firstRow, rowCount},
-                   [&](norix::PlaneSize size, std::int64_t first) { return ZoomLine(*params, size, first); });
+  const auto lineFor = [&](norix::PlaneSize size, std::int64_t first) { return norix::LineToCenter(*params, size, first); };
+  norix::BlurFrame(*dst, *src, {firstRow, rowCount}, lineFor, norix::RenderBand);
 }
+
+#endif

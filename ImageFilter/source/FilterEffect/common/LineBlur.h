@@ -1,6 +1,6 @@
 #pragma once
 
-// Nine-tap line blur: every sample becomes a weighted sum of nine source samples on a line through it. Where the taps lie
+// Nine-tap line blur: every sample becomes a weighted sum of nine source samples on a line through it. Where the line runs
 // is the effect's business; weights, edges and output limits are the same for all line blurs.
 
 #include <algorithm>
@@ -14,7 +14,6 @@
 namespace norix {
 
 inline constexpr int kTapCount = 9;
-using Taps = std::array<std::ptrdiff_t, kTapCount>;
 
 // Neither set of weights is symmetric: the look of the blur rests on it.
 inline constexpr std::array<int, kTapCount> kMainWeights = {19, 15, 11, 6, 26, 19, 15, 11, 6};      // of 128
@@ -25,113 +24,100 @@ struct PlaneSize {
   int height;
 };
 
-inline int WeightedSum(const std::uint8_t* sample, const Taps& taps, const std::array<int, kTapCount>& weights) {
-  int sum = 0;
-  for (std::size_t k = 0; k < kTapCount; ++k) sum += sample[taps[k]] * weights[k];
-  return sum;
-}
+/// Tap k of the sample at column x and row y lies at column trunc((k - 4) dx + x) and row trunc((k - 4) dy + y), each moved
+/// to the nearest of the plane. Both distances lose `step` with every column and every row: running sums.
+struct BlurLine {
+  double dx;  ///< in column 0
+  double dy;  ///< in the first row of the band
+  double step;
+};
 
-// Luma ends in 16..235 and chroma in 16..240, whatever range the source uses.
-inline std::uint8_t LumaOf(int sum) {
-  if (sum < 16 << 7) return 16;
-  if (sum > (236 << 7) - 1) return 235;
-  return static_cast<std::uint8_t>(sum >> 7);
-}
-inline std::uint8_t ChromaOf(int sum) {
-  if (sum < 16 << 8) return 16;
-  if (sum > (241 << 8) - 1) return 240;
-  return static_cast<std::uint8_t>(sum >> 8);
-}
+enum class BlurKind { kPacked, kLuma, kChroma };
 
-/// Visits every sample of a band of one plane with the byte distances from the sample to its nine taps.
-///
-/// `Line` is made once per plane and answers where the taps of a row or column lie, before truncation: `row(k, y)` for the
-/// current row, `column(k, x)` for the current column. `nextRow()` and `nextColumn()` follow each row and column, and
-/// `firstColumn()` begins a row.
-template <class Line, class Visit>
-void ForEachSample(Line line, PlaneSize size, Band rows, std::ptrdiff_t lineSize, int bytesPerPixel, const Visit& visit) {
-  Taps rowOffsets;
-  Taps taps;
-  for (std::int64_t y = rows.first; y < rows.end(); ++y, line.nextRow()) {
+/// A band of a plane, or of both chroma planes when their taps lie alike.
+struct BlurJob {
+  BlurKind kind;
+  int bytesPerPixel;
+  int planes;
+  std::array<ConstPlane, 2> src;  ///< of one line size
+  std::array<Plane, 2> dst;
+  PlaneSize size;
+  Band rows;
+  BlurLine line;
+
+  std::ptrdiff_t SourceLine() const { return src[0].lineSize; }
+};
+
+/// Luma ends in 16..235 and chroma in 16..240, whatever range the source uses.
+inline std::uint8_t LumaOf(int sum) { return static_cast<std::uint8_t>(std::clamp(sum >> 7, 16, 235)); }
+inline std::uint8_t ChromaOf(int sum) { return static_cast<std::uint8_t>(std::clamp(sum >> 8, 16, 240)); }
+
+/// V takes the byte distances of U's taps. With another line size than U's they lead elsewhere; a tap that would so leave
+/// the plane reads its lowest or highest sample. `chroma` is the job of U.
+inline void BlurShearedV(AVFrame& dst, const AVFrame& src, const BlurJob& chroma) {
+  const Plane to = PlaneOf(dst, 2);
+  const ConstPlane from = PlaneOf(src, 2);
+  const PlaneSize size = chroma.size;
+  const std::ptrdiff_t lastRow = (size.height - 1) * from.lineSize;
+  const std::ptrdiff_t lowest = std::min<std::ptrdiff_t>(lastRow, 0);
+  const std::ptrdiff_t highest = std::max<std::ptrdiff_t>(lastRow, 0) + size.width - 1;
+  double dy = chroma.line.dy;
+  for (std::int64_t y = chroma.rows.first; y < chroma.rows.end(); ++y, dy -= chroma.line.step) {
+    std::array<std::ptrdiff_t, kTapCount> down{};
     for (int k = 0; k < kTapCount; ++k) {
-      const std::ptrdiff_t row = NearestIndex(line.row(k, static_cast<double>(y)), size.height);
-      rowOffsets[static_cast<std::size_t>(k)] = (row - y) * lineSize;
+      const std::ptrdiff_t row = NearestIndex((k - 4) * dy + static_cast<double>(y), size.height);
+      down[static_cast<std::size_t>(k)] = (row - y) * chroma.SourceLine();
     }
-    line.firstColumn();
-    for (int x = 0; x < size.width; ++x, line.nextColumn()) {
+    double dx = chroma.line.dx;
+    for (int x = 0; x < size.width; ++x, dx -= chroma.line.step) {
+      int sum = 0;
       for (int k = 0; k < kTapCount; ++k) {
-        const std::ptrdiff_t column = NearestIndex(line.column(k, x), size.width);
-        taps[static_cast<std::size_t>(k)] = rowOffsets[static_cast<std::size_t>(k)] + (column - x) * bytesPerPixel;
+        const auto tap = static_cast<std::size_t>(k);
+        const std::ptrdiff_t column = NearestIndex((k - 4) * dx + x, size.width);
+        sum += from.data[std::clamp(y * from.lineSize + down[tap] + column, lowest, highest)] * kChromaWeights[tap];
       }
-      visit(x, y, taps);
+      to.Row(y)[x] = ChromaOf(sum);
     }
   }
 }
 
-template <int kBytesPerPixel, class Line>
-void BlurPacked(AVFrame& dst, const AVFrame& src, Band rows, const Line& line) {
-  const Plane to = PlaneOf(dst, 0);
-  const ConstPlane from = PlaneOf(src, 0);
-  ForEachSample(line, {src.width, src.height}, rows, from.lineSize, kBytesPerPixel,
-                [&](std::ptrdiff_t x, std::int64_t y, const Taps& taps) {
-                  const std::uint8_t* in = from.Row(y) + x * kBytesPerPixel;
-                  std::uint8_t* out = to.Row(y) + x * kBytesPerPixel;
-                  for (int c = 0; c < 3; ++c) {
-                    out[c] = static_cast<std::uint8_t>(WeightedSum(in + c, taps, kMainWeights) >> 7);
-                  }
-                  if constexpr (kBytesPerPixel == 4) out[3] = in[3];
-                });
-}
-
-template <class Line>
-void BlurLuma(AVFrame& dst, const AVFrame& src, Band rows, const Line& line) {
-  const Plane to = PlaneOf(dst, 0);
-  const ConstPlane from = PlaneOf(src, 0);
-  ForEachSample(line, {src.width, src.height}, rows, from.lineSize, 1,
-                [&](std::ptrdiff_t x, std::int64_t y, const Taps& taps) {
-                  to.Row(y)[x] = LumaOf(WeightedSum(from.Row(y) + x, taps, kMainWeights));
-                });
-}
-
-/// U and V share U's tap distances, also where V has another line size; a tap that would so leave the V plane reads the
-/// plane's lowest or highest sample.
-template <class Line>
-void BlurChroma(AVFrame& dst, const AVFrame& src, PlaneSize size, Band rows, const Line& line) {
-  const Plane toU = PlaneOf(dst, 1);
-  const Plane toV = PlaneOf(dst, 2);
-  const ConstPlane u = PlaneOf(src, 1);
-  const ConstPlane v = PlaneOf(src, 2);
-  const std::ptrdiff_t lastRow = (size.height - 1) * v.lineSize;
-  const std::ptrdiff_t lowest = std::min<std::ptrdiff_t>(lastRow, 0);
-  const std::ptrdiff_t highest = std::max<std::ptrdiff_t>(lastRow, 0) + size.width - 1;
-  ForEachSample(line, size, rows, u.lineSize, 1, [&](std::ptrdiff_t x, std::int64_t y, const Taps& taps) {
-    toU.Row(y)[x] = ChromaOf(WeightedSum(u.Row(y) + x, taps, kChromaWeights));
-    const std::ptrdiff_t place = y * v.lineSize + x;
-    Taps inside;
-    for (std::size_t k = 0; k < kTapCount; ++k) inside[k] = std::clamp(place + taps[k], lowest, highest);
-    toV.Row(y)[x] = ChromaOf(WeightedSum(v.data, inside, kChromaWeights));
-  });
-}
-
-/// Renders a band of a line blur. `lineFor(size, firstRow)` makes the Line of a plane, given the plane's size and the first
-/// row of the band in it. Alpha passes unchanged; unknown formats are left alone.
-template <class LineFor>
-void BlurFrame(AVFrame& dst, const AVFrame& src, Band rows, const LineFor& lineFor) {
+/// Renders a band of a line blur. `lineFor(size, firstRow)` makes the line of a plane, given the plane's size and the first
+/// row of the band in it; `render(job)` draws. Alpha passes unchanged; unknown formats are left alone.
+template <class LineFor, class Render>
+void BlurFrame(AVFrame& dst, const AVFrame& src, Band rows, const LineFor& lineFor, const Render& render) {
   if (rows.count < 1) return;
+  const auto jobOf = [&](BlurKind kind, int bytesPerPixel, PlaneSize size, Band planeRows) {
+    const int plane = kind == BlurKind::kChroma ? 1 : 0;
+    return BlurJob{kind,
+                   bytesPerPixel,
+                   1,
+                   {PlaneOf(src, plane), {}},
+                   {PlaneOf(dst, plane), {}},
+                   size,
+                   planeRows,
+                   lineFor(size, planeRows.first)};
+  };
   const PlaneSize size = {src.width, src.height};
   switch (LayoutOf(src.format)) {
     case Layout::kPacked3:
-      return BlurPacked<3>(dst, src, rows, lineFor(size, rows.first));
+      return render(jobOf(BlurKind::kPacked, 3, size, rows));
     case Layout::kPacked4:
-      return BlurPacked<4>(dst, src, rows, lineFor(size, rows.first));
+      return render(jobOf(BlurKind::kPacked, 4, size, rows));
     case Layout::kPlanarAlpha:
       CopyAlphaRows(dst, src, rows);
       [[fallthrough]];
     case Layout::kPlanar: {
-      const PlaneSize chroma = {ChromaSize(src.width), ChromaSize(src.height)};
-      const Band chromaRows = {rows.first >> 1, (rows.count + 1) / 2};
-      BlurLuma(dst, src, rows, lineFor(size, rows.first));
-      BlurChroma(dst, src, chroma, chromaRows, lineFor(chroma, chromaRows.first));
+      render(jobOf(BlurKind::kLuma, 1, size, rows));
+      const PlaneSize half = {ChromaSize(src.width), ChromaSize(src.height)};
+      BlurJob chroma = jobOf(BlurKind::kChroma, 1, half, {rows.first >> 1, (rows.count + 1) / 2});
+      const bool alike = src.linesize[1] == src.linesize[2];
+      if (alike) {
+        chroma.planes = 2;
+        chroma.src[1] = PlaneOf(src, 2);
+        chroma.dst[1] = PlaneOf(dst, 2);
+      }
+      render(chroma);
+      if (!alike) BlurShearedV(dst, src, chroma);
       return;
     }
     case Layout::kUnknown:

@@ -114,6 +114,35 @@ HWY_INLINE std::uint64_t MaskBits(D d, Mask mask) {
 /// Sixteen bytes in every block.
 HWY_INLINE ByteVector Repeat16(const std::uint8_t* pattern) { return hn::LoadDup128(Bytes(), pattern); }
 
+/// Sixteen bytes from each of as many places as the vector has blocks.
+HWY_INLINE ByteVector LoadBlocks(const std::uint8_t* data, const std::int32_t* places) {
+  const hn::FixedTag<std::uint8_t, 16> d;
+#if HWY_TARGET <= HWY_AVX3
+  const hn::FixedTag<std::uint8_t, 32> half;
+  return hn::Combine(Bytes(), hn::Combine(half, hn::LoadU(d, data + places[3]), hn::LoadU(d, data + places[2])),
+                     hn::Combine(half, hn::LoadU(d, data + places[1]), hn::LoadU(d, data + places[0])));
+#elif HWY_TARGET <= HWY_AVX2
+  return hn::Combine(Bytes(), hn::LoadU(d, data + places[1]), hn::LoadU(d, data + places[0]));
+#else
+  return hn::LoadU(d, data + places[0]);
+#endif
+}
+
+/// Moves the first twelve bytes of every block to the front, one after the other; what follows them is undefined.
+HWY_INLINE ByteVector JoinTwelves(ByteVector v) {
+#if HWY_TARGET <= HWY_AVX3
+  alignas(64) static constexpr std::int32_t kJoin[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 7, 11, 15};
+#elif HWY_TARGET <= HWY_AVX2
+  alignas(32) static constexpr std::int32_t kJoin[8] = {0, 1, 2, 4, 5, 6, 3, 7};
+#endif
+#if HWY_TARGET <= HWY_AVX2
+  const Dwords d;
+  return hn::BitCast(Bytes(), hn::TableLookupLanes(hn::BitCast(d, v), hn::SetTableIndices(d, kJoin)));
+#else
+  return v;
+#endif
+}
+
 }  // namespace norix::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 

@@ -1,0 +1,137 @@
+// Effects that copy pixels by runs of a row: vectors, strips and tiles of all sizes. And sources between unreadable pages.
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "exact/EffectComparison.h"
+
+namespace norix::test {
+
+namespace {
+
+class RowCopyTest : public testing::TestWithParam<Format> {
+protected:
+  void Compare(const EffectComparison& comparison, int width, int height) {
+    const PictureShape src = ShapeWithLines(format_, width, height, random_);
+    const PictureShape dst = ShapeWithLines(format_, width, height, random_);
+    ASSERT_TRUE(comparison.Agrees(dst, src, SomeRows(height, random_), random_.Next()));
+  }
+
+  const int format_ = GetParam().code;
+  Random random_{static_cast<std::uint64_t>(GetParam().code) * 7919U + 5};
+};
+
+TEST_P(RowCopyTest, MirrorMoveXWithEveryShift) {
+  EffectComparison comparison("Mirror Move X");
+  for (const int width : {1, 2, 3, 15, 16, 17, 31, 33, 47, 48, 49, 64, 66, 97, 130})
+    for (int shift = -2 * width - 1; shift <= 2 * width + 1; ++shift) {
+      comparison.SetFields({(shift + (shift < 0 ? -0.75 : 0.25)) / width});
+      Compare(comparison, width, 3);
+    }
+}
+
+// Tiles of more than one strip, and of less than a vector.
+TEST_P(RowCopyTest, TileScaleWithWideAndNarrowTiles) {
+  EffectComparison comparison("Tile Scale");
+  for (int i = 0; i < 150; ++i) {
+    const int width = random_.Between(900, 2600);
+    comparison.SetFields(
+        {random_.OneIn(3) ? random_.Between(2, 140) / static_cast<double>(width) : random_.Real(0.3, 1.0)});
+    Compare(comparison, width, random_.Between(2, 12));
+  }
+}
+
+// Around the scales at which pixels of a vector fit one more or one less window, and sums that land on halves.
+TEST_P(RowCopyTest, TileScaleAroundWindows) {
+  EffectComparison comparison("Tile Scale");
+  for (int i = 0; i < 400; ++i) {
+    double scale = random_.Between(1, 63) / 64.0;
+    if (random_.OneIn(2)) scale = 1.0 / (random_.Between(3, 20) * 0.5);
+    if (random_.OneIn(2)) scale = std::nextafter(scale, random_.OneIn(2) ? 0.0 : 1.0);
+    if (random_.OneIn(4)) scale += random_.Real(-0.001, 0.001);
+    comparison.SetFields({scale});
+    Compare(comparison, random_.Between(8, 400), random_.Between(8, 40));
+  }
+}
+
+TEST_P(RowCopyTest, GroundGlassInTheMiddleAndAtTheEnds) {
+  EffectComparison comparison("Ground Glass");
+  for (int i = 0; i < 150; ++i) {
+    const int width = random_.Between(6, random_.OneIn(4) ? 1200 : 80);
+    const int height = random_.Between(6, 80);
+    comparison.SetFields({random_.Real(1.0, random_.OneIn(2) ? 3.0 : std::min(width, height) * 0.5)});
+    Compare(comparison, width, height);
+  }
+}
+
+/** Memory between two unreadable pages. */
+class FencedBytes {
+public:
+  FencedBytes(std::size_t size, bool atEnd) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t inner = (size + page - 1) / page * page;
+    size_ = inner + 2 * page;
+    memory_ = static_cast<std::uint8_t*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    if (mprotect(memory_ + page, inner, PROT_READ | PROT_WRITE) != 0) std::abort();
+    data_ = memory_ + page + (atEnd ? inner - size : 0);
+  }
+  FencedBytes(const FencedBytes&) = delete;
+  FencedBytes& operator=(const FencedBytes&) = delete;
+  ~FencedBytes() { munmap(memory_, size_); }
+
+  std::uint8_t* data() const { return data_; }
+
+private:
+  std::uint8_t* memory_;
+  std::uint8_t* data_;
+  std::size_t size_;
+};
+
+// A read outside a source plane ends the program.
+TEST_P(RowCopyTest, SourcesBetweenUnreadablePages) {
+  struct Setting {
+    const char* name;
+    std::vector<double> fields;
+  };
+  const std::vector<Setting> kSettings = {
+      {"Zoom Blur", {0.5, 0.5, 4.0}}, {"Zoom Blur", {-0.5, 1.5, 2.0}}, {"Zoom Blur", {1.5, 0.5, 20.0}},
+      {"Motion Blur", {2.6, -36.0}},  {"Motion Blur", {9.0, 200.0}},   {"Tile Scale", {0.9}},
+      {"Tile Scale", {0.53}},         {"Tile Scale", {0.26}},          {"Tile Scale", {0.1}},
+      {"Mirror Move X", {0.3}},       {"Mirror Move X", {-0.6}},       {"Mirror Move X", {1.0}},
+      {"Mirror Move Y", {0.4}},       {"Ground Glass", {2.0}},         {"Ground Glass", {3.0}}};
+  for (const Setting& setting : kSettings) {
+    EffectComparison comparison(setting.name);
+    comparison.SetFields(setting.fields);
+    for (const int width : {9, 16, 31, 32, 33, 63, 64, 66, 95, 130, 270})
+      for (const bool atEnd : {false, true}) {
+        const int height = random_.Between(8, 11);
+        const PictureShape shape{format_, width, height, {}, {}};
+        Picture source(shape, random_.Next());
+        AVFrame fenced = *source.Frame();
+        std::vector<std::unique_ptr<FencedBytes>> planes;
+        for (int plane = 0; plane < source.PlaneCount(); ++plane) {
+          const auto size = static_cast<std::size_t>(source.RowBytes(plane)) * static_cast<std::size_t>(source.Rows(plane));
+          planes.push_back(std::make_unique<FencedBytes>(size, atEnd));
+          std::memcpy(planes.back()->data(), fenced.data[plane], size);
+          fenced.data[plane] = planes.back()->data();
+        }
+        ASSERT_TRUE(comparison.AgreesOn(fenced, shape, {0, height}, random_.Next()));
+      }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RowCopyTest, testing::ValuesIn(AllFormats().begin(), AllFormats().begin() + 8),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+}  // namespace
+
+}  // namespace norix::test
