@@ -69,6 +69,7 @@ std::vector<Hard> HardCases() {
 /// Paints over the footage.
 void Paint(AVFrame& frame, Content content) {
   if (content == Content::kFootage) return;
+  av_frame_make_writable(&frame);
   std::uint32_t random = 12345;
   for (int plane = 0; plane < AV_NUM_DATA_POINTERS && frame.data[plane]; ++plane) {
     const bool chroma = plane == 1 || plane == 2;

@@ -4,7 +4,10 @@ extern "C" {
 #include <libavutil/imgutils.h>
 }
 
+#include <map>
 #include <optional>
+#include <tuple>
+#include <utility>
 
 #include "media/Converter.h"
 #include "media/Input.h"
@@ -25,9 +28,15 @@ host::FramePtr FirstPicture() {
 
 host::FramePtr Footage(AVPixelFormat format, int width, int height) {
   static const host::FramePtr kPicture = FirstPicture();
-  host::Converter converter({});
-  host::FramePtr copy(host::OrBadAlloc(av_frame_clone(kPicture.get())));
-  return converter.fit(std::move(copy), {format, width, height}, {1, 1});
+  // Rows ask for the same pictures many times, and making one takes longer than most measurements.
+  static std::map<std::tuple<AVPixelFormat, int, int>, host::FramePtr> pictures;
+  host::FramePtr& picture = pictures[{format, width, height}];
+  if (!picture) {
+    host::Converter converter({});
+    host::FramePtr copy(host::OrBadAlloc(av_frame_clone(kPicture.get())));
+    picture = converter.fit(std::move(copy), {format, width, height}, {1, 1});
+  }
+  return host::FramePtr(host::OrBadAlloc(av_frame_clone(picture.get())));
 }
 
 std::size_t PictureBytes(const AVFrame& frame) {

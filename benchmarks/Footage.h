@@ -4,7 +4,7 @@
 
 namespace norix::bench {
 
-/// A picture of real footage in that format and size. Lines are as libavutil lays them out.
+/// A picture of real footage in that format and size, which may be shared: make it writable before writing. For one thread.
 host::FramePtr Footage(AVPixelFormat format, int width, int height);
 
 /// Bytes of pixels in all planes, padding not counted.

@@ -3,6 +3,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 
 #include "Failure.h"
@@ -138,7 +139,7 @@ const Info& Find(const std::vector<Info>& infos, const std::string& name, const 
   const auto found = std::find_if(infos.begin(), infos.end(), [&](const Info& info) { return info.name == name; });
   if (found != infos.end()) return *found;
   std::vector<std::string> names;
-  for (const Info& info : infos) names.push_back(info.name);
+  std::transform(infos.begin(), infos.end(), std::back_inserter(names), [](const Info& info) { return info.name; });
   FailUsage("there is no {} \"{}\"; did you mean \"{}\"? `norix list` shows all", kind, name, NearestName(name, names));
 }
 

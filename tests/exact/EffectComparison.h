@@ -1,22 +1,17 @@
 #ifndef NORIX_TESTS_EXACT_EFFECTCOMPARISON_H
 #define NORIX_TESTS_EXACT_EFFECTCOMPARISON_H
 
-#include <NorixEngine/NorixEngine.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <iomanip>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "exact/ParamObject.h"
 #include "reference/Reference.h"
-#include "support/Formats.h"
+#include "support/GuardedPicture.h"
 #include "support/Picture.h"
 #include "support/Random.h"
-#include "support/Targets.h"
 
 namespace norix::test {
 
@@ -25,73 +20,52 @@ struct BandOfRows {
   int rowCount;
 };
 
-/** Lines with a few bytes of padding, sometimes bottom-up. */
-inline PictureShape ShapeWithLines(int format, int width, int height, Random& random) {
-  PictureShape shape{format, width, height, {}, {}};
-  const bool alike = random.OneIn(2);
-  for (std::size_t plane = 0; plane < 4; ++plane) {
-    shape.padding[plane] = alike && plane == 2 ? shape.padding[1] : random.Between(0, 5);
-    shape.bottomUp[plane] = alike && plane == 2 ? shape.bottomUp[1] : random.OneIn(4);
-  }
-  return shape;
-}
+/** Lines with a few bytes of padding or none, sometimes bottom-up; those of U and V are often alike. */
+PictureShape ShapeWithLines(int format, int width, int height, Random& random);
 
-inline BandOfRows SomeRows(int height, Random& random) {
-  if (random.OneIn(3)) return {0, height};
-  const int first = random.Between(0, height - 1);
-  return {first, random.Between(1, height - first)};
-}
+/** The whole picture or a part of it, which often ends at the bottom. */
+BandOfRows SomeRows(int height, Random& random);
 
-/** One effect against its reference, on every instruction set. */
+/** Every row of one value, by its number, so that all values meet the distances of all columns. */
+Picture RowsOfOneValue(const PictureShape& shape, int step);
+
+/** One effect against its reference on every instruction set: pictures, parameters and the place in the random sequence. */
 class EffectComparison {
 public:
-  explicit EffectComparison(const char* name) : effect_(*reference::FindEffect(name)), params_(name, 5000) {
-    filter_check_format(name, kBgra);
-  }
+  /** With the settings of level 5000. */
+  explicit EffectComparison(const char* name, const std::vector<double>& fields = {});
 
-  void SetFields(const std::vector<double>& values) {
-    for (std::size_t i = 0; i < values.size(); ++i) params_.SetField(i, values[i]);
-  }
+  void SetLevel(int level) { params_ = ParamObject(effect_.name, level); }
 
+  /** Fields from the first on; those not given keep their values. */
+  void SetFields(const std::vector<double>& values);
+
+  /** The destination holds noise beforehand. */
+  testing::AssertionResult Agrees(const Picture& source, const PictureShape& dst, BandOfRows band,
+                                  std::uint64_t seed) const;
+
+  /** A source of noise. */
   testing::AssertionResult Agrees(const PictureShape& dst, const PictureShape& src, BandOfRows band,
-                                  std::uint64_t seed) const {
-    Picture source(src, seed);
-    return AgreesOn(*source.Frame(), dst, band, seed);
-  }
+                                  std::uint64_t seed) const;
 
-  testing::AssertionResult AgreesOn(AVFrame& source, const PictureShape& dst, BandOfRows band, std::uint64_t seed) const {
-    const Picture before(dst, ~seed);
-    const auto randomSeed = static_cast<unsigned>(seed);
-    Picture expected = before;
-    const ParamObject expectedParams = params_.Clone();
-    std::srand(randomSeed);
-    effect_.render(*expected.Frame(), source, expectedParams.Get(), band.firstRow, band.rowCount);
-    for (const std::int64_t target : Targets()) {
-      const ForcedTarget forced(target);
-      Picture actual = before;
-      const ParamObject actualParams = params_.Clone();
-      std::srand(randomSeed);
-      const int answer =
-          filter_video_frame(actual.Frame(), &source, effect_.name, actualParams.Get(), 0, band.firstRow, band.rowCount);
-      if (answer != 0) return testing::AssertionFailure() << "answered " << answer;
-      if (const auto same = SameBytes(expected, actual); !same) {
-        return testing::AssertionFailure()
-               << Describe(source, band, seed) << ", with " << TargetName(target) << "\n  " << same.message();
-      }
-    }
-    return testing::AssertionSuccess();
-  }
+  /** The whole of a painted picture. */
+  testing::AssertionResult Agrees(const Picture& source) const;
+
+  /** The whole picture and a part of it, of noise. */
+  testing::AssertionResult AgreesOnNoise(const PictureShape& shape, Random& random) const;
+
+  /** The whole picture, with planes of source and destination beside unreadable pages: a stray access ends the program. */
+  testing::AssertionResult AgreesBesidePages(const Picture& source, Guard guard) const;
 
 private:
-  std::string Describe(const AVFrame& source, BandOfRows band, std::uint64_t seed) const {
-    std::ostringstream text;
-    text << std::setprecision(17) << effect_.name << ", " << FormatOf(source.format).name << ' ' << source.width << 'x'
-         << source.height << ", band " << band.firstRow << " of " << band.rowCount << " rows, fields {";
-    for (std::size_t i = 0; i < params_.FieldCount(); ++i) text << (i == 0 ? "" : ", ") << params_.Field(i);
-    text << "}, source lines " << source.linesize[0] << ' ' << source.linesize[1] << ' ' << source.linesize[2] << ", seed "
-         << seed;
-    return text.str();
-  }
+  /** What a band leaves in the destination and the parameters, and which random number comes next. */
+  struct Outcome {
+    int answer;
+    int nextDraw;
+  };
+
+  Outcome Render(AVFrame* dst, AVFrame* src, FilterParams* params, BandOfRows band, unsigned randomSeed) const;
+  std::string Describe(const PictureShape& src, const PictureShape& dst, BandOfRows band, std::uint64_t seed) const;
 
   const reference::Effect& effect_;
   ParamObject params_;

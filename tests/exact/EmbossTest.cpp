@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "exact/AmountEffect.h"
+#include "exact/EffectComparison.h"
 #include "support/Formats.h"
 #include "support/Picture.h"
 #include "support/Random.h"
@@ -55,7 +55,7 @@ Paint AnyPaint(Random& random) { return kPaints[random.Between(0, 4)]; }
 
 // Levels whose products often meet whole numbers or halves, and others in between.
 TEST(EmbossTest, TiesAtManyLevels) {
-  AmountEffect emboss("Emboss");
+  EffectComparison emboss("Emboss");
   Random random(1);
   for (int level = 20; level <= 10000; level += 20)
     for (const int format : kPainted) {
@@ -68,7 +68,7 @@ TEST(EmbossTest, TiesAtManyLevels) {
 
 // Wide and high enough for several strips and tiles; patterns make whole strips doubtful, or parts of them.
 TEST(EmbossTest, StripsAndTiles) {
-  AmountEffect emboss("Emboss");
+  EffectComparison emboss("Emboss");
   Random random(2);
   for (const int level : {1000, 2000, 3700, 5000, 6000, 9999})
     for (const int format : kPainted)
@@ -79,18 +79,18 @@ TEST(EmbossTest, StripsAndTiles) {
         Fill(source, paint, random);
         const int first = random.Between(0, 17);
         ASSERT_TRUE(emboss.Agrees(source));
-        ASSERT_TRUE(emboss.Agrees(source, {format, shape.width, shape.height, {}, {true, false, true, false}}, first,
-                                  random.Between(1, shape.height - first)));
+        ASSERT_TRUE(emboss.Agrees(source, {format, shape.width, shape.height, {}, {true, false, true, false}},
+                                  {first, random.Between(1, shape.height - first)}, random.Next()));
       }
 }
 
 TEST(EmbossTest, EveryWidthUpToAFewVectors) {
-  AmountEffect emboss("Emboss");
+  EffectComparison emboss("Emboss");
   Random random(3);
   for (int width = 1; width <= 140; ++width)
     for (const int format : kPainted)
       for (const double amount : {0.2, 0.37, 0.5}) {
-        emboss.SetAmount(amount);
+        emboss.SetFields({amount});
         Picture source({format, width, 4, {}, {}}, random.Next());
         Fill(source, AnyPaint(random), random);
         ASSERT_TRUE(emboss.Agrees(source)) << "width " << width;
@@ -98,13 +98,13 @@ TEST(EmbossTest, EveryWidthUpToAFewVectors) {
 }
 
 TEST(EmbossTest, WidthsAroundStrips) {
-  AmountEffect emboss("Emboss");
+  EffectComparison emboss("Emboss");
   Random random(4);
   for (const int strip : {96, 128, 192, 256, 384, 768})
     for (int width = strip - 4; width <= strip + 13; ++width)
       for (const int format : kPainted)
         for (const Paint paint : {Paint::kNearlyFlat, Paint::kTwoPeriodic}) {
-          emboss.SetAmount(random.OneIn(2) ? 0.2 : 0.37);
+          emboss.SetFields({random.OneIn(2) ? 0.2 : 0.37});
           Picture source({format, width, 3, {}, {}}, random.Next());
           Fill(source, paint, random);
           ASSERT_TRUE(emboss.Agrees(source)) << "width " << width;
@@ -113,7 +113,7 @@ TEST(EmbossTest, WidthsAroundStrips) {
 
 // Amounts at the ends of the lanes' range, next to fractions with exact products and next to multiples of 2^-14.
 TEST(EmbossTest, AmountsOnBorders) {
-  AmountEffect emboss("Emboss");
+  EffectComparison emboss("Emboss");
   Random random(5);
   std::vector<double> amounts = {1.0 / 3.0, 1.0 / 7.0, 2.0 / 255.0, 1e-5,  1.9,      3.7,
                                  4.0,       17.0,      1e6,         1e300, HUGE_VAL, std::nan("")};
@@ -121,7 +121,7 @@ TEST(EmbossTest, AmountsOnBorders) {
     for (const double step : {0x1p-52, 0x1p-46, 0x1p-40, 0x1p-34, 0x1p-28, 0x1p-20, 0x1p-14})
       for (const double sign : {-1.0, 0.0, 1.0}) amounts.push_back(border * (1 + sign * step));
   for (const double amount : amounts) {
-    emboss.SetAmount(amount);
+    emboss.SetFields({amount});
     for (const int format : kPainted)
       for (const Paint paint : kPaints) {
         Picture source({format, 70, 5, {}, {}}, random.Next());
@@ -132,16 +132,16 @@ TEST(EmbossTest, AmountsOnBorders) {
 }
 
 TEST(EmbossTest, PlanesAtTheEndOfMemory) {
-  AmountEffect emboss("Emboss");
+  EffectComparison emboss("Emboss");
   Random random(6);
   for (const double amount : {0.2, 0.5})
     for (const int format : {kBgra, kRgb24, kYuv420p, kYuva420p})
       for (int width = 1; width <= 300; width += width < 40 ? 1 : 37) {
-        emboss.SetAmount(amount);
+        emboss.SetFields({amount});
         Picture source({format, width, 5, {}, {}}, random.Next());
         if (random.OneIn(2))
           for (int plane = 0; plane < source.PlaneCount(); ++plane) source.Fill(plane, 90);
-        ASSERT_TRUE(emboss.AgreesAtPageEnd(source));
+        ASSERT_TRUE(emboss.AgreesBesidePages(source, Guard::kBehind));
       }
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "exact/RadialComparison.h"
+#include "exact/EffectComparison.h"
 
 namespace norix::test {
 
@@ -16,7 +16,7 @@ namespace {
 
 class FocusColorTest : public testing::TestWithParam<Format> {
 protected:
-  PictureShape Shape(int width, int height) { return ShapeOf(format_, width, height, random_); }
+  PictureShape Shape(int width, int height) { return ShapeWithLines(format_, width, height, random_); }
 
   /** Sets radius and feather in pixels of the plane that fades. */
   void SetCircle(int width, int height, double centerX, double centerY, int radius, int feather) {
@@ -33,7 +33,7 @@ protected:
 
   const int format_ = GetParam().code;
   Random random_{static_cast<std::uint64_t>(GetParam().code) * 7919U + 11};
-  RadialComparison focus_{"Focus Color"};
+  EffectComparison focus_{"Focus Color"};
 };
 
 // The centre is in the first column, so that the first row meets every distance of the ring.
@@ -44,7 +44,7 @@ TEST_P(FocusColorTest, EveryFeather) {
     const int width = scale * (radius + feather + 12);
     SetCircle(width, 4, 0.0, 0.0, radius, feather);
     const PictureShape shape = Shape(width, 4);
-    ASSERT_TRUE(focus_.Agrees(Picture(shape, random_.Next()), {0, 4}, random_.Next()));
+    ASSERT_TRUE(focus_.Agrees(Picture(shape, random_.Next()), shape, {0, 4}, random_.Next()));
   }
 }
 
@@ -52,7 +52,7 @@ TEST_P(FocusColorTest, AllValuesInRingsThatTie) {
   const Picture source = RowsOfOneValue(Shape(500, 300), 1);
   for (const int feather : {1, 2, 3, 7, 60, 64, 100, 110, 127, 128, 180, 210, 240, 255, 256}) {
     SetCircle(500, 300, 0.5, 0.5, 10, feather);
-    ASSERT_TRUE(focus_.Agrees(source, {0, 300}, 7));
+    ASSERT_TRUE(focus_.Agrees(source, source.Shape(), {0, 300}, 7));
   }
 }
 
@@ -69,7 +69,7 @@ TEST_P(FocusColorTest, FlatAreas) {
     }
     SetCircle(shape.width, shape.height, random_.Real(0.0, 1.0), random_.Real(0.0, 1.0), random_.Between(0, 60),
               random_.Pick(std::vector<int>{110, 120, 128, 180, 200, 210, 240}));
-    ASSERT_TRUE(focus_.Agrees(source, {0, shape.height}, random_.Next()));
+    ASSERT_TRUE(focus_.Agrees(source, source.Shape(), {0, shape.height}, random_.Next()));
   }
 }
 

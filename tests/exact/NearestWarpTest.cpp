@@ -3,16 +3,20 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "exact/SampleComparison.h"
+#include "exact/EffectComparison.h"
+#include "support/Formats.h"
 
 namespace norix::test {
 
 namespace {
+
+constexpr std::array<int, 4> kSampledFormats = {kBgra, kRgb24, kYuv420p, kYuva420p};
 
 class NearestWarpTest : public testing::TestWithParam<const char*> {
 protected:
@@ -22,9 +26,9 @@ protected:
   double Strong() const { return std::string(Name()) == "Swirl" ? 360.0 : 1.0; }
 
   testing::AssertionResult Agree(const Fields& fields, int format, int width, int height, int firstRow, int rowCount) {
-    return SampleComparison(Name(), fields)
-        .Agrees(SampleShape(format, width, height, random_), SampleShape(format, width, height, random_), firstRow,
-                rowCount, random_.Next());
+    return EffectComparison(Name(), fields)
+        .Agrees(ShapeWithLines(format, width, height, random_), ShapeWithLines(format, width, height, random_),
+                {firstRow, rowCount}, random_.Next());
   }
 
   Random random_{2711};
@@ -43,7 +47,7 @@ TEST_P(NearestWarpTest, WidthsAroundStrips) {
 }
 
 TEST_P(NearestWarpTest, NarrowAndFlat) {
-  for (const int format : SampledFormats())
+  for (const int format : kSampledFormats)
     for (int size = 1; size <= 40; ++size) {
       const int other = random_.Between(1, 6);
       ASSERT_TRUE(Agree({0.5, 0.5, 1.0, Strong()}, format, size, other, 0, other));
@@ -54,7 +58,7 @@ TEST_P(NearestWarpTest, NarrowAndFlat) {
 // A circle through pixels: inside or not is decided by the last bit of the root.
 TEST_P(NearestWarpTest, RimThroughPixels) {
   for (int i = 0; i < 300; ++i) {
-    const int format = random_.Pick(SampledFormats());
+    const int format = random_.Pick(kSampledFormats);
     const int width = random_.Between(4, 300);
     const int height = random_.Between(4, 40);
     const double centerX = random_.OneIn(2) ? 0.5 : static_cast<double>(random_.Between(0, width)) / width;
@@ -76,7 +80,7 @@ TEST_P(NearestWarpTest, RimThroughPixels) {
 TEST_P(NearestWarpTest, WeakAndWild) {
   for (const double amount : {1e-5, 2e-5, 1e-4, 1e-3, 0.01, 0.25, 0.5, 0.75, 1.0, 1.5, 2.0, 2.5, 3.0, 7.0, 20.0, 60.0})
     for (int i = 0; i < 12; ++i) {
-      const int format = random_.Pick(SampledFormats());
+      const int format = random_.Pick(kSampledFormats);
       const int width = random_.OneIn(4) ? random_.Between(600, 1400) : random_.Between(2, 200);
       const int height = random_.Between(2, 30);
       const bool middle = !random_.OneIn(3);
@@ -105,12 +109,12 @@ TEST_P(NearestWarpTest, TiesAtFullSize) {
 
 // Lines too long for 16 bits, and pictures too wide to be mirrored.
 TEST_P(NearestWarpTest, LongLines) {
-  for (const int format : SampledFormats()) {
+  for (const int format : kSampledFormats) {
     PictureShape shape{format, 150, 21, {33000, 32700, 32700, 5}, {}};
-    const SampleComparison comparison(Name(), {0.5, 0.5, 0.8, Strong() / 2});
-    ASSERT_TRUE(comparison.Agrees(shape, shape, 0, 21, random_.Next()));
+    const EffectComparison comparison(Name(), {0.5, 0.5, 0.8, Strong() / 2});
+    ASSERT_TRUE(comparison.Agrees(shape, shape, {0, 21}, random_.Next()));
     shape.bottomUp = {true, true, true, false};
-    ASSERT_TRUE(comparison.Agrees(shape, shape, 4, 9, random_.Next()));
+    ASSERT_TRUE(comparison.Agrees(shape, shape, {4, 9}, random_.Next()));
     ASSERT_TRUE(Agree({0.5, 0.5, 1.0, Strong() / 2}, format, 8192, 2, 0, 2));
     ASSERT_TRUE(Agree({0.5, 0.5, 1.0, Strong() / 2}, format, 8194, 2, 0, 2));
     ASSERT_TRUE(Agree({0.5, 0.5, 1.0, Strong() / 2}, format, 20000, 2, 0, 2));
@@ -118,14 +122,14 @@ TEST_P(NearestWarpTest, LongLines) {
 }
 
 TEST_P(NearestWarpTest, NothingBesideThePlanesIsTouched) {
-  for (const int format : SampledFormats())
+  for (const int format : kSampledFormats)
     for (const int width : {1, 3, 16, 33, 129, 300})
-      for (const bool atEnd : {false, true}) {
-        const SampleComparison comparison(Name(), {0.5, 0.5, 1.0, Strong() * random_.Real(0.01, 1.0)});
+      for (const Guard guard : {Guard::kBefore, Guard::kBehind}) {
+        const EffectComparison comparison(Name(), {0.5, 0.5, 1.0, Strong() * random_.Real(0.01, 1.0)});
         PictureShape shape{format, width, random_.Between(1, 40), {}, {}};
-        ASSERT_TRUE(comparison.AgreesInCorners(shape, atEnd, random_.Next()));
+        ASSERT_TRUE(comparison.AgreesBesidePages(Picture(shape, random_.Next()), guard));
         shape.bottomUp = {true, true, true, true};
-        ASSERT_TRUE(comparison.AgreesInCorners(shape, atEnd, random_.Next()));
+        ASSERT_TRUE(comparison.AgreesBesidePages(Picture(shape, random_.Next()), guard));
       }
 }
 

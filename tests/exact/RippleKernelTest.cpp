@@ -3,14 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
-#include "exact/SampleComparison.h"
+#include "exact/EffectComparison.h"
+#include "support/Formats.h"
 
 namespace norix::test {
 
 namespace {
+
+constexpr std::array<int, 4> kSampledFormats = {kBgra, kRgb24, kYuv420p, kYuva420p};
 
 /** Damping, amplitude and phase are the last three of the fields; the others are not read. */
 std::vector<double> Fields(double damping, double amplitude, double phase) {
@@ -21,9 +25,9 @@ class RippleKernelTest : public testing::Test {
 protected:
   testing::AssertionResult Agree(const std::vector<double>& fields, int format, int width, int height, int firstRow,
                                  int rowCount) {
-    return SampleComparison("Ripple", fields)
-        .Agrees(SampleShape(format, width, height, random_), SampleShape(format, width, height, random_), firstRow,
-                rowCount, random_.Next());
+    return EffectComparison("Ripple", fields)
+        .Agrees(ShapeWithLines(format, width, height, random_), ShapeWithLines(format, width, height, random_),
+                {firstRow, rowCount}, random_.Next());
   }
 
   Random random_{6173};
@@ -36,7 +40,7 @@ TEST_F(RippleKernelTest, EveryPairOfLegs) {
 }
 
 TEST_F(RippleKernelTest, WidthsAroundStrips) {
-  for (const int format : SampledFormats())
+  for (const int format : kSampledFormats)
     for (const int base : {16, 64, 256, 512, 1024})
       for (int width = base - 3; width <= base + 3; ++width) {
         const int height = random_.Between(1, 14);
@@ -52,31 +56,31 @@ TEST_F(RippleKernelTest, WildAmplitudes) {
     for (int i = 0; i < 12; ++i) {
       const int width = random_.Between(1, 400);
       const int height = random_.Between(1, 40);
-      ASSERT_TRUE(Agree(Fields(random_.Real(-500, 100.9), amplitude, random_.Real(-90, 90)), random_.Pick(SampledFormats()),
+      ASSERT_TRUE(Agree(Fields(random_.Real(-500, 100.9), amplitude, random_.Real(-90, 90)), random_.Pick(kSampledFormats),
                         width, height, 0, height));
     }
 }
 
 TEST_F(RippleKernelTest, LongLines) {
-  for (const int format : SampledFormats()) {
+  for (const int format : kSampledFormats) {
     PictureShape shape{format, 150, 21, {33000, 32700, 32700, 5}, {}};
-    const SampleComparison comparison("Ripple", Fields(90, 20, 3));
-    ASSERT_TRUE(comparison.Agrees(shape, shape, 0, 21, random_.Next()));
+    const EffectComparison comparison("Ripple", Fields(90, 20, 3));
+    ASSERT_TRUE(comparison.Agrees(shape, shape, {0, 21}, random_.Next()));
     shape.bottomUp = {true, true, false, false};
-    ASSERT_TRUE(comparison.Agrees(shape, shape, 4, 9, random_.Next()));
+    ASSERT_TRUE(comparison.Agrees(shape, shape, {4, 9}, random_.Next()));
   }
 }
 
 TEST_F(RippleKernelTest, NothingBesideThePlanesIsTouched) {
-  for (const int format : SampledFormats())
+  for (const int format : kSampledFormats)
     for (const int width : {1, 3, 16, 33, 129, 300, 600})
-      for (const bool atEnd : {false, true})
+      for (const Guard guard : {Guard::kBefore, Guard::kBehind})
         for (const double amplitude : {20.0, 1e5}) {
-          const SampleComparison comparison("Ripple", Fields(90, amplitude, random_.Real(0, 80)));
+          const EffectComparison comparison("Ripple", Fields(90, amplitude, random_.Real(0, 80)));
           PictureShape shape{format, width, random_.Between(1, 40), {}, {}};
-          ASSERT_TRUE(comparison.AgreesInCorners(shape, atEnd, random_.Next()));
+          ASSERT_TRUE(comparison.AgreesBesidePages(Picture(shape, random_.Next()), guard));
           shape.bottomUp = {true, true, true, true};
-          ASSERT_TRUE(comparison.AgreesInCorners(shape, atEnd, random_.Next()));
+          ASSERT_TRUE(comparison.AgreesBesidePages(Picture(shape, random_.Next()), guard));
         }
 }
 

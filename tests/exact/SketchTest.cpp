@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "exact/AmountEffect.h"
+#include "exact/EffectComparison.h"
 #include "support/Formats.h"
 #include "support/Picture.h"
 #include "support/Random.h"
@@ -51,7 +51,7 @@ int PackedBias(double amount) { return static_cast<int>(400 * (1 - amount) - 200
 
 // A product of colour less edge may lie a rounding below a whole number: at the levels where many do, all pairs of both.
 TEST(SketchTest, EveryDifferenceAtLevelsOnTies) {
-  AmountEffect sketch("Sketch");
+  EffectComparison sketch("Sketch");
   Random random(1);
   for (int level = 0; level <= 10000; level += 500) {
     sketch.SetLevel(level);
@@ -61,7 +61,7 @@ TEST(SketchTest, EveryDifferenceAtLevelsOnTies) {
 }
 
 TEST(SketchTest, EveryLevel) {
-  AmountEffect sketch("Sketch");
+  EffectComparison sketch("Sketch");
   Random random(2);
   for (int level = 0; level <= 10000; ++level) {
     sketch.SetLevel(level);
@@ -79,7 +79,7 @@ TEST(SketchTest, EveryLevel) {
 
 // Amounts next to the ones with whole products, other fractions, and those that no level reaches.
 TEST(SketchTest, AmountsOnBorders) {
-  AmountEffect sketch("Sketch");
+  EffectComparison sketch("Sketch");
   Random random(3);
   std::vector<double> amounts = {1.0 / 3.0, 2.0 / 3.0, 1.0 / 7.0,    1e-17,    1e-16,     1e-12, -0.5,  1.5,         -1.0,
                                  3.0,       3.1,       2.9999999999, HUGE_VAL, -HUGE_VAL, -17.0, 1e300, std::nan("")};
@@ -87,7 +87,7 @@ TEST(SketchTest, AmountsOnBorders) {
     for (const double step : {0x1p-53, 0x1p-51, 0x1p-48, 0x1p-44, 0x1p-40, 0x1p-34, 0x1p-28, 0x1p-20, 0x1p-14})
       for (const double sign : {-1.0, 1.0}) amounts.push_back(border * (1 + sign * step));
   for (const double amount : amounts) {
-    sketch.SetAmount(amount);
+    sketch.SetFields({amount});
     const int bias = std::abs(amount) < 4 ? PackedBias(amount) : 0;
     Picture source = Columns(random.Pick(kPacked), bias, 12, random);
     ASSERT_TRUE(sketch.Agrees(source));
@@ -97,46 +97,46 @@ TEST(SketchTest, AmountsOnBorders) {
 }
 
 TEST(SketchTest, EveryWidthUpToAFewVectors) {
-  AmountEffect sketch("Sketch");
+  EffectComparison sketch("Sketch");
   Random random(4);
   for (int width = 1; width <= 150; ++width)
     for (const int format : {kBgra, kRgb24, kYuv420p})
       for (const double amount : {0.5, 0.8}) {
-        sketch.SetAmount(amount);
+        sketch.SetFields({amount});
         const int height = random.Between(1, 6);
         Picture source({format, width, height, {3, 1, 2, 0}, {}}, random.Next(), Content::kPatches);
         ASSERT_TRUE(sketch.Agrees(source));
         const int first = random.Between(0, height - 1);
-        ASSERT_TRUE(sketch.Agrees(source, {format, width, height, {}, {true, true, false, true}}, first,
-                                  random.Between(1, height - first)));
+        ASSERT_TRUE(sketch.Agrees(source, {format, width, height, {}, {true, true, false, true}},
+                                  {first, random.Between(1, height - first)}, random.Next()));
       }
 }
 
 TEST(SketchTest, WidthsAroundStrips) {
-  AmountEffect sketch("Sketch");
+  EffectComparison sketch("Sketch");
   Random random(5);
   for (const int strips : {1, 2})
     for (int width = 1024 * strips - 3; width <= 1024 * strips + 70; ++width) {
-      sketch.SetAmount(random.OneIn(2) ? 0.37 : 0.7);
+      sketch.SetFields({random.OneIn(2) ? 0.37 : 0.7});
       Picture source({random.Pick(kPacked), width, 3, {}, {}}, random.Next(), Content::kPatches);
       ASSERT_TRUE(sketch.Agrees(source)) << "width " << width;
     }
 }
 
 TEST(SketchTest, PlanesAtTheEndOfMemory) {
-  AmountEffect sketch("Sketch");
+  EffectComparison sketch("Sketch");
   Random random(6);
   for (const double amount : {0.37, 0.8})
     for (const int format : {kBgra, kRgb24, kBgr24, kYuv420p, kYuva420p})
       for (int width = 1; width <= 1200; width += width < 70 ? 1 : 161) {
-        sketch.SetAmount(amount);
+        sketch.SetFields({amount});
         Picture source({format, width, 5, {}, {}}, 1);
         for (int row = 0; row < 5; ++row) {
           std::vector<int> values(static_cast<std::size_t>(source.RowBytes(0)));
           for (int& value : values) value = random.Between(90, 110);
           source.SetRow(0, row, values);
         }
-        ASSERT_TRUE(sketch.AgreesAtPageEnd(source));
+        ASSERT_TRUE(sketch.AgreesBesidePages(source, Guard::kBehind));
       }
 }
 

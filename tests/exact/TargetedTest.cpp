@@ -1,96 +1,22 @@
 // Cases that random fields and bands seldom meet, sought out effect by effect.
 
-#include <NorixEngine/NorixEngine.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
-#include <iomanip>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "exact/ParamObject.h"
-#include "reference/Reference.h"
+#include "exact/EffectComparison.h"
 #include "support/Formats.h"
 #include "support/Picture.h"
 #include "support/Random.h"
-#include "support/Targets.h"
 
 namespace norix::test {
 
 namespace {
-
-struct Band {
-  int firstRow;
-  int rowCount;
-};
-
-/** One effect against its reference: pictures, parameters and the place in the random sequence afterwards. */
-class Comparison {
-public:
-  explicit Comparison(const char* name) : effect_(*reference::FindEffect(name)), params_(name, 5000) {
-    filter_check_format(name, kBgra);
-  }
-
-  /** Fields from the first on; those not given keep the values of the level 5000. */
-  void SetFields(const std::vector<double>& values) {
-    for (std::size_t i = 0; i < values.size(); ++i) params_.SetField(i, values[i]);
-  }
-
-  testing::AssertionResult Agrees(const PictureShape& dst, const PictureShape& src, Band band, std::uint64_t seed) const {
-    Picture source(src, seed);
-    const Picture untouchedSource = source;
-    const Picture before(dst, ~seed);
-
-    const auto randomSeed = static_cast<unsigned>(seed);
-    Picture expected = before;
-    const ParamObject expectedParams = params_.Clone();
-    std::srand(randomSeed);
-    effect_.render(*expected.Frame(), *source.Frame(), expectedParams.Get(), band.firstRow, band.rowCount);
-    const int expectedDraw = std::rand();
-
-    for (const std::int64_t target : Targets()) {
-      const ForcedTarget forced(target);
-      Picture actual = before;
-      const ParamObject actualParams = params_.Clone();
-      std::srand(randomSeed);
-      const int answer = filter_video_frame(actual.Frame(), source.Frame(), effect_.name, actualParams.Get(), 0,
-                                            band.firstRow, band.rowCount);
-      const int actualDraw = std::rand();
-
-      const auto failure = [&] {
-        return testing::AssertionFailure() << Describe(dst, src, band, seed) << ", with " << TargetName(target) << "\n  ";
-      };
-      if (answer != 0) return failure() << "answered " << answer;
-      if (const auto same = SameBytes(expected, actual); !same) return failure() << same.message();
-      if (!SameBytes(untouchedSource, source)) return failure() << "the source changed";
-      if (!actualParams.SameAs(expectedParams)) return failure() << "the parameters changed otherwise than the reference's";
-      if (actualDraw != expectedDraw) return failure() << "drew another count of random numbers";
-    }
-    return testing::AssertionSuccess();
-  }
-
-private:
-  std::string Describe(const PictureShape& dst, const PictureShape& src, Band band, std::uint64_t seed) const {
-    std::ostringstream text;
-    text << std::setprecision(17) << effect_.name << ", " << FormatOf(src.format).name << ' ' << src.width << 'x'
-         << src.height << ", band " << band.firstRow << " of " << band.rowCount << " rows, fields {";
-    for (std::size_t i = 0; i < params_.FieldCount(); ++i) text << (i == 0 ? "" : ", ") << params_.Field(i);
-    text << "}, padding of source and destination";
-    for (std::size_t plane = 0; plane < 4; ++plane)
-      text << ' ' << src.padding[plane] << (src.bottomUp[plane] ? "up" : "") << '/' << dst.padding[plane]
-           << (dst.bottomUp[plane] ? "up" : "");
-    text << ", seed " << seed;
-    return text.str();
-  }
-
-  const reference::Effect& effect_;
-  ParamObject params_;
-};
 
 PictureShape RandomShape(int format, int width, int height, int widestPadding, Random& random) {
   PictureShape shape{format, width, height, {}, {}};
@@ -101,13 +27,6 @@ PictureShape RandomShape(int format, int width, int height, int widestPadding, R
   return shape;
 }
 
-/** Often one that ends at the bottom. */
-Band RandomBand(int height, Random& random) {
-  if (random.OneIn(4)) return {0, height};
-  const int first = random.Between(0, height - 1);
-  return {first, random.OneIn(3) ? height - first : random.Between(1, height - first)};
-}
-
 class TargetedTest : public testing::TestWithParam<Format> {
 protected:
   const int format_ = GetParam().code;
@@ -115,7 +34,7 @@ protected:
 };
 
 TEST_P(TargetedTest, GroundGlassScattersAtEveryRadiusAndParity) {
-  Comparison comparison("Ground Glass");
+  EffectComparison comparison("Ground Glass");
   for (int i = 0; i < 1500; ++i) {
     const int width = random_.Between(3, random_.OneIn(3) ? 90 : 24);
     const int height = random_.Between(3, random_.OneIn(3) ? 90 : 24);
@@ -125,14 +44,14 @@ TEST_P(TargetedTest, GroundGlassScattersAtEveryRadiusAndParity) {
     // Without padding the drift of odd widths leaves the lower right of the plane soonest.
     const int padding = random_.OneIn(3) ? 0 : random_.Between(0, 12);
     ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, padding, random_),
-                                  RandomShape(format_, width, height, padding, random_), RandomBand(height, random_),
+                                  RandomShape(format_, width, height, padding, random_), SomeRows(height, random_),
                                   random_.Next()));
   }
 }
 
 // High and narrow: two columns of drift per row pair soon make a whole line.
 TEST_P(TargetedTest, GroundGlassDriftsOutOfHighPictures) {
-  Comparison comparison("Ground Glass");
+  EffectComparison comparison("Ground Glass");
   for (const int width : {5, 7, 9, 11})
     for (const int height : {60, 61, 121})
       for (const int padding : {0, 1, 4}) {
@@ -146,7 +65,7 @@ TEST_P(TargetedTest, GroundGlassDriftsOutOfHighPictures) {
 }
 
 TEST_P(TargetedTest, TileScaleAtEveryScale) {
-  Comparison comparison("Tile Scale");
+  EffectComparison comparison("Tile Scale");
   for (int i = 0; i < 1500; ++i) {
     const int width = random_.Between(1, random_.OneIn(3) ? 200 : 60);
     const int height = random_.Between(1, random_.OneIn(3) ? 200 : 60);
@@ -163,14 +82,14 @@ TEST_P(TargetedTest, TileScaleAtEveryScale) {
     }
     comparison.SetFields({scale});
     ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, 9, random_),
-                                  RandomShape(format_, width, height, 9, random_), RandomBand(height, random_),
+                                  RandomShape(format_, width, height, 9, random_), SomeRows(height, random_),
                                   random_.Next()));
   }
 }
 
 // Nothing clips a band to the picture. The fence takes the rows above it.
 TEST_P(TargetedTest, TileScaleFromAboveThePicture) {
-  Comparison comparison("Tile Scale");
+  EffectComparison comparison("Tile Scale");
   for (int height = 2; height <= 30; ++height)
     for (const double scale : {0.1, 1.0 / 3.0, 0.5, 0.9, 0.99}) {
       comparison.SetFields({scale});
@@ -180,7 +99,7 @@ TEST_P(TargetedTest, TileScaleFromAboveThePicture) {
 }
 
 TEST_P(TargetedTest, TileScaleAtEveryWidthAndHalfWidth) {
-  Comparison comparison("Tile Scale");
+  EffectComparison comparison("Tile Scale");
   for (int width = 1; width <= 70; ++width)
     for (const double scale : {0.05, 0.1, 0.2, 0.25, 1.0 / 3.0, 0.5, 2.0 / 3.0, 0.75, 0.9}) {
       const int height = 71 - width;
@@ -193,7 +112,7 @@ TEST_P(TargetedTest, TileScaleAtEveryWidthAndHalfWidth) {
 
 // Every fold against every band: above the boundary, up to it, across it and below, in luma and in chroma.
 TEST_P(TargetedTest, MirrorMoveYWithEveryBoundaryAndBand) {
-  Comparison comparison("Mirror Move Y");
+  EffectComparison comparison("Mirror Move Y");
   for (const int height : {1, 2, 3, 4, 7, 8, 11})
     for (int shift = -2 * height - 1; shift <= 2 * height + 1; ++shift) {
       comparison.SetFields({(shift + (shift < 0 ? -0.75 : 0.25)) / height});
@@ -207,8 +126,8 @@ TEST_P(TargetedTest, MirrorMoveYWithEveryBoundaryAndBand) {
 
 // The destination is stepped by the source's line size: with unequal ones, rows run out of the plane at both ends.
 TEST_P(TargetedTest, ComicbookAndFocusColorWithUnequalLines) {
-  Comparison comicbook("Comicbook");
-  Comparison focusColor("Focus Color");
+  EffectComparison comicbook("Comicbook");
+  EffectComparison focusColor("Focus Color");
   for (int i = 0; i < 1000; ++i) {
     const int width = random_.Between(1, 12);
     const int height = random_.Between(1, 20);
@@ -223,7 +142,7 @@ TEST_P(TargetedTest, ComicbookAndFocusColorWithUnequalLines) {
     };
     const PictureShape src = shape();
     const PictureShape dst = shape();
-    const Band band = RandomBand(height, random_);
+    const BandOfRows band = SomeRows(height, random_);
     ASSERT_TRUE(comicbook.Agrees(dst, src, band, random_.Next()));
     focusColor.SetFields(
         {random_.Real(-0.2, 1.2), random_.Real(-0.2, 1.2), random_.Real(-0.1, 0.9), random_.Real(-0.1, 0.9)});
@@ -232,34 +151,34 @@ TEST_P(TargetedTest, ComicbookAndFocusColorWithUnequalLines) {
 }
 
 TEST_P(TargetedTest, FocusColorAroundItsRim) {
-  Comparison comparison("Focus Color");
+  EffectComparison comparison("Focus Color");
   for (int i = 0; i < 1000; ++i) {
     const int width = random_.Between(1, 120);
     const int height = random_.Between(1, 120);
     comparison.SetFields({random_.Real(-0.1, 1.1), random_.Real(-0.1, 1.1), random_.OneIn(5) ? 0.0 : random_.Real(0.0, 1.0),
                           random_.OneIn(4) ? 0.0 : random_.Real(0.0, 0.8)});
     ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, 0, random_),
-                                  RandomShape(format_, width, height, 0, random_), RandomBand(height, random_),
+                                  RandomShape(format_, width, height, 0, random_), SomeRows(height, random_),
                                   random_.Next()));
   }
 }
 
 // Amounts that leave the result between black and white, in pictures so narrow that both edges meet.
 TEST_P(TargetedTest, SketchAtItsEdgesAndSeams) {
-  Comparison comparison("Sketch");
+  EffectComparison comparison("Sketch");
   for (int i = 0; i < 1500; ++i) {
     const int width = random_.Between(1, random_.OneIn(2) ? 4 : 40);
     const int height = random_.Between(1, random_.OneIn(2) ? 4 : 40);
     comparison.SetFields({random_.OneIn(5) ? random_.Between(-4, 8) * 0.25 : random_.Real(-0.5, 1.5)});
     ASSERT_TRUE(comparison.Agrees(RandomShape(format_, width, height, 5, random_),
-                                  RandomShape(format_, width, height, 5, random_), RandomBand(height, random_),
+                                  RandomShape(format_, width, height, 5, random_), SomeRows(height, random_),
                                   random_.Next()));
   }
 }
 
 // Nothing clips a band to the picture. The fence takes the rows above and below it.
 TEST_P(TargetedTest, SketchBeyondThePicture) {
-  Comparison comparison("Sketch");
+  EffectComparison comparison("Sketch");
   comparison.SetFields({0.5});
   for (int height = 1; height <= 12; ++height)
     for (const int firstRow : {-3, -2, -1, 0, 1}) {
@@ -272,7 +191,7 @@ TEST_P(TargetedTest, SketchBeyondThePicture) {
 // An infinite radius has no ring, and a distance may be infinite too.
 TEST_P(TargetedTest, VignetteWithoutEnd) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  Comparison comparison("Vignette");
+  EffectComparison comparison("Vignette");
   const PictureShape shape{format_, 9, 7, {2, 1, 3, 0}, {}};
   for (const double centre : {0.5, 1e200, kInfinity})
     for (const double inner : {-kInfinity, 0.5, kInfinity})

@@ -29,12 +29,14 @@ GuardedPicture::GuardedPicture(const Picture& picture, Guard guard) {
     if (memory == MAP_FAILED) throw std::bad_alloc();
     mapping.memory = static_cast<std::uint8_t*>(memory);
     if (mprotect(mapping.memory + page, inner, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
-    frame_.data[plane] = mapping.memory + page + (guard == Guard::kBehind ? inner - bytes : 0);
-    frame_.linesize[plane] = picture.RowBytes(plane);
+    std::uint8_t* const begin = mapping.memory + page + (guard == Guard::kBehind ? inner - bytes : 0);
+    const bool bottomUp = picture.Shape().bottomUp[static_cast<std::size_t>(plane)];
+    frame_.data[plane] = bottomUp ? begin + bytes - rowBytes : begin;
+    frame_.linesize[plane] = bottomUp ? -picture.RowBytes(plane) : picture.RowBytes(plane);
     for (int row = 0; row < picture.Rows(plane); ++row) {
       const std::uint8_t* const from =
           picture.Frame()->data[plane] + static_cast<std::ptrdiff_t>(row) * picture.Frame()->linesize[plane];
-      std::memcpy(frame_.data[plane] + static_cast<std::size_t>(row) * rowBytes, from, rowBytes);
+      std::memcpy(frame_.data[plane] + static_cast<std::ptrdiff_t>(row) * frame_.linesize[plane], from, rowBytes);
     }
   }
 }
@@ -56,7 +58,9 @@ bool GuardedPicture::ShowsTheSameAs(const Picture& picture) const {
     for (int row = 0; row < picture.Rows(plane); ++row) {
       const std::uint8_t* const expected =
           picture.Frame()->data[plane] + static_cast<std::ptrdiff_t>(row) * picture.Frame()->linesize[plane];
-      if (std::memcmp(frame_.data[plane] + static_cast<std::size_t>(row) * rowBytes, expected, rowBytes) != 0) return false;
+      if (std::memcmp(frame_.data[plane] + static_cast<std::ptrdiff_t>(row) * frame_.linesize[plane], expected, rowBytes) !=
+          0)
+        return false;
     }
   }
   return true;
