@@ -99,11 +99,7 @@ void Time(benchmark::State& state, const Hard& hard, AVPixelFormat format) {
     filter_video_frame(dst.get(), src.get(), hard.effect.c_str(), params.get(), 0, 0, src->height);
   };
   render();
-  for ([[maybe_unused]] auto iteration : state) {
-    render();
-    benchmark::ClobberMemory();
-  }
-  SetCounters(state, *src);
+  TimeCalls(state, *src, *dst, render);
 }
 
 }  // namespace
@@ -112,9 +108,9 @@ void RegisterAdversaries() {
   for (const Hard& hard : HardCases()) {
     for (const AVPixelFormat format : {AV_PIX_FMT_BGRA, AV_PIX_FMT_YUV420P}) {
       const std::string name = "hard/" + hard.effect + "/" + hard.what + "/" + host::FormatName(format);
-      benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-        Time(state, hard, format);
-      })->Unit(benchmark::kMicrosecond);
+      benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { Time(state, hard, format); })
+          ->Unit(benchmark::kMicrosecond)
+          ->UseManualTime();
     }
   }
 }

@@ -3,17 +3,17 @@
 //   .../bands32                                 one call for every 32 rows
 //   .../threads2                                two halves on two threads
 //   plain/effect/format/WxH                     the reference that tests hold the effects to
-//   memcpy/format/WxH                           a copy of the same planes
-// Run with --benchmark_repetitions and random interleaving and compare minima: see scripts/bench.
+// Every row times copies of the same planes as well. Run with --benchmark_repetitions and random interleaving: see
+// scripts/bench.
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <condition_variable>
+#include <atomic>
 #include <cstring>
 #include <functional>
-#include <mutex>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,47 +44,35 @@ int LevelOf(const std::string& effect) {
   return effect == "Emboss" || effect == "Sketch" ? 3700 : 5000;
 }
 
-/// A second thread that renders one half of a picture at a time.
+/// A second thread that renders one half of a picture at a time. It waits as a busy host's threads do, without sleeping.
 class Helper {
 public:
   Helper() : thread_([this] { run(); }) {}
   ~Helper() {
-    start(nullptr);
+    stop_ = true;
     thread_.join();
   }
   Helper(const Helper&) = delete;
   Helper& operator=(const Helper&) = delete;
 
-  void start(std::function<void()> work) {
-    const std::lock_guard lock(mutex_);
-    work_ = std::move(work);
-    pending_ = true;
-    wake_.notify_one();
-  }
-  void wait() {
-    std::unique_lock lock(mutex_);
-    done_.wait(lock, [this] { return !pending_; });
+  void start(const std::function<void()>& work) { work_ = &work; }
+  void wait() const {
+    while (work_.load()) {
+    }
   }
 
 private:
   void run() {
-    std::unique_lock lock(mutex_);
-    while (true) {
-      wake_.wait(lock, [this] { return pending_; });
-      if (!work_) return;
-      lock.unlock();
-      work_();
-      lock.lock();
-      pending_ = false;
-      done_.notify_one();
+    while (!stop_) {
+      if (const std::function<void()>* work = work_) {
+        (*work)();
+        work_ = nullptr;
+      }
     }
   }
 
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::condition_variable done_;
-  std::function<void()> work_;
-  bool pending_ = false;
+  std::atomic<const std::function<void()>*> work_ = nullptr;
+  std::atomic<bool> stop_ = false;
   std::thread thread_;
 };
 
@@ -101,7 +89,8 @@ void Time(benchmark::State& state, const std::string& effect, AVPixelFormat form
   rows(0, size.height);
   std::unique_ptr<Helper> helper = cut == Cut::kThreads ? std::make_unique<Helper>() : nullptr;
   const int half = (size.height / 2 + 1) & ~1;
-  for ([[maybe_unused]] auto iteration : state) {
+  const std::function<void()> lowerHalf = [&] { rows(half, size.height - half); };
+  TimeCalls(state, *src, *dst, [&] {
     switch (cut) {
       case Cut::kWhole:
         rows(0, size.height);
@@ -110,30 +99,16 @@ void Time(benchmark::State& state, const std::string& effect, AVPixelFormat form
         for (int y = 0; y < size.height; y += 32) rows(y, std::min(32, size.height - y));
         break;
       case Cut::kThreads:
-        helper->start([&] { rows(half, size.height - half); });
+        helper->start(lowerHalf);
         rows(0, half);
         helper->wait();
         break;
     }
-    benchmark::ClobberMemory();
-  }
-  SetCounters(state, *src);
-}
-
-void TimeCopy(benchmark::State& state, AVPixelFormat format, Size size) {
-  const host::FramePtr src = Footage(format, size.width, size.height);
-  const std::size_t bytes = PictureBytes(*src);
-  const std::vector<std::uint8_t> from(bytes, 7);
-  std::vector<std::uint8_t> to(bytes, 9);
-  for ([[maybe_unused]] auto iteration : state) {
-    std::memcpy(to.data(), from.data(), bytes);
-    benchmark::ClobberMemory();
-  }
-  SetCounters(state, *src);
+  });
 }
 
 void Add(const std::string& name, const std::function<void(benchmark::State&)>& run) {
-  benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMicrosecond)->UseRealTime();
+  benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMicrosecond)->UseManualTime();
 }
 
 /// False for the few pairs of effect and format without a picture, which return at once.
@@ -184,15 +159,15 @@ void RegisterEffect(const reference::Effect& effect, AVPixelFormat format, Size 
 
 void TimeRandomNumbers(benchmark::State& state, int count) {
   for ([[maybe_unused]] auto iteration : state) {
-    for (int i = 0; i < count; ++i) benchmark::DoNotOptimize(std::rand());
+    state.SetIterationTime(SecondsOf([&] {
+      for (int i = 0; i < count; ++i) benchmark::DoNotOptimize(std::rand());
+    }));
   }
 }
 
 void RegisterAll() {
   for (const AVPixelFormat format : kFormats) {
     for (const Size size : kSizes) {
-      Add("memcpy/" + host::FormatName(format) + "/" + size.name(),
-          [=](benchmark::State& state) { TimeCopy(state, format, size); });
       for (const reference::Effect& effect : reference::Effects()) RegisterEffect(effect, format, size);
     }
   }

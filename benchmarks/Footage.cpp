@@ -2,8 +2,10 @@
 
 extern "C" {
 #include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
 }
 
+#include <cstring>
 #include <map>
 #include <optional>
 #include <tuple>
@@ -42,6 +44,20 @@ host::FramePtr Footage(AVPixelFormat format, int width, int height) {
 std::size_t PictureBytes(const AVFrame& frame) {
   const int bytes = av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width, frame.height, 1);
   return static_cast<std::size_t>(bytes);
+}
+
+void CopyPlanes(AVFrame& dst, const AVFrame& src) {
+  const auto format = static_cast<AVPixelFormat>(src.format);
+  const AVPixFmtDescriptor* layout = av_pix_fmt_desc_get(format);
+  for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
+    const int rows = plane == 1 || plane == 2 ? AV_CEIL_RSHIFT(src.height, layout->log2_chroma_h) : src.height;
+    const int bytes = av_image_get_linesize(format, src.width, plane);
+    if (dst.linesize[plane] == bytes && src.linesize[plane] == bytes) {
+      std::memcpy(dst.data[plane], src.data[plane], static_cast<std::size_t>(bytes) * static_cast<std::size_t>(rows));
+    } else {
+      av_image_copy_plane(dst.data[plane], dst.linesize[plane], src.data[plane], src.linesize[plane], bytes, rows);
+    }
+  }
 }
 
 }  // namespace norix::bench

@@ -7,6 +7,7 @@ usage: report.py EFFECTS.json MACHINE.txt DOCS_FOLDER [PEERS.json PEER_NOTES.jso
 import collections
 import json
 import pathlib
+import statistics
 import sys
 
 import matplotlib
@@ -19,40 +20,67 @@ FORMATS = ["bgra", "rgb24", "yuv420p", "yuva420p"]
 SIZES = ["320x180", "1280x720", FULL_HD, "3840x2160", "7680x4320", "32000x1", "1x32000"]
 
 
-def minima(path):
-    """The least time of every row in microseconds, by the row's name."""
-    least = {}
-    for row in json.loads(pathlib.Path(path).read_text())["benchmarks"]:
-        if row.get("run_type") == "aggregate" or row.get("error_occurred"):
+class Row:
+    """What all repetitions of one benchmark found, in microseconds."""
+
+    def __init__(self):
+        self.least = float("inf")
+        self.copy = float("inf")
+        self.copies = []  # of every repetition: how many copies of the picture one call is worth
+
+    def add(self, entry):
+        scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3, "s": 1e6}[entry["time_unit"]]
+        self.least = min(self.least, entry.get("call_us", entry["real_time"] * scale))
+        if "copy_us" in entry:
+            self.copy = min(self.copy, entry["copy_us"])
+            self.copies.append(entry["call_us"] / entry["copy_us"])
+
+    @property
+    def x_copy(self):
+        return statistics.median(self.copies)
+
+
+def read(path):
+    rows = collections.defaultdict(Row)
+    for entry in json.loads(pathlib.Path(path).read_text())["benchmarks"]:
+        if entry.get("run_type") == "aggregate" or entry.get("error_occurred"):
             continue
-        name = row["run_name"].removesuffix("/real_time").removesuffix("/manual_time")
-        scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3, "s": 1e6}[row["time_unit"]]
-        least[name] = min(least.get(name, float("inf")), row["real_time"] * scale)
-    return least
+        rows[entry["run_name"].removesuffix("/real_time").removesuffix("/manual_time")].add(entry)
+    return dict(rows)
 
 
 class Report:
-    def __init__(self, times, peers, notes):
-        self.times = times
+    def __init__(self, rows, peers, notes):
+        self.rows = rows
         self.peers = peers
         self.notes = {(n["peer"], n["effect"], n["format"], n["call"]): n for n in notes}
-        self.effects = sorted({n.split("/")[1] for n in times if n.startswith("plain/")})
+        self.effects = sorted({n.split("/")[1] for n in rows if n.startswith("plain/")})
         found = collections.Counter(
-            n.split("/")[3] for n in times if n.count("/") == 3 and n.split("/")[0] in self.effects and n.split("/")[2] == FULL_HD)
+            n.split("/")[3] for n in rows if n.count("/") == 3 and n.split("/")[0] in self.effects and n.split("/")[2] == FULL_HD)
         order = ["AVX3_DL", "AVX3", "AVX2", "SSE4", "SSSE3", "NEON", "SCALAR"]
         self.targets = [t for t in order if t in found]
         self.lines = []
 
-    def time(self, effect, form, size=FULL_HD, target=None, suffix=""):
-        return self.times.get(f"{effect}/{form}/{size}/{target or self.targets[0]}{suffix}")
+    def row(self, effect, form, size=FULL_HD, target=None, suffix=""):
+        return self.rows.get(f"{effect}/{form}/{size}/{target or self.targets[0]}{suffix}")
+
+    def plain(self, effect, form):
+        return self.rows.get(f"plain/{effect}/{form}/{FULL_HD}")
 
     def copy(self, form, size=FULL_HD):
-        return self.times[f"memcpy/{form}/{size}"]
+        """The least time of a copy, in microseconds."""
+        return min(row.copy for name, row in self.rows.items() if f"/{form}/{size}" in name)
+
+    def usual_copy(self, form):
+        """What a copy took in the middle, for calls that were not timed beside copies of their own."""
+        times = [row.least / row.x_copy for name, row in self.rows.items() if f"/{form}/{FULL_HD}" in name]
+        return statistics.median(times)
 
     def fastest_peers(self, effect, form):
         """(time, peer, call, note) of the fastest peers: first any, then one that computes all afresh."""
         rows = []
-        for name, time in self.peers.items():
+        for name, row in self.peers.items():
+            time = row.least
             _, peer, its_effect, its_form, call = name.split("/", 4)
             if its_effect == effect and {"rgba": "bgra"}.get(its_form, its_form) == form:
                 rows.append((time, peer, call, self.notes.get((peer, effect, its_form, call), {})))
@@ -71,7 +99,12 @@ class Report:
 
 
 def ratio(a, b, digits=2):
-    return f"{a / b:.{digits}f}" if a is not None and b else None
+    """How many times the second row's time the first one's is, each in copies of its own moment."""
+    return f"{a.x_copy / b.x_copy:.{digits}f}" if a and b else None
+
+
+def copies(row):
+    return f"{row.x_copy:.1f}" if row else None
 
 
 def main_table(report):
@@ -80,22 +113,21 @@ def main_table(report):
                "best instruction set. Level 5000; blurs 10000; Emboss and Sketch 3700, since 5000 is a lucky one for them.")
     rows = []
     for effect in report.effects:
-        best = report.time(effect, "bgra")
+        best = report.row(effect, "bgra")
         if best is None:
             continue
-        row = [effect, f"{best / 1e3:.3f}"]
-        row += [ratio(report.time(effect, "bgra", target=t), report.copy("bgra"), 1) for t in report.targets]
-        row.append(ratio(report.times.get(f"plain/{effect}/bgra/{FULL_HD}"), best, 1))
-        any_peer, fresh = report.fastest_peers(effect, "bgra")
-        for peer in (any_peer, fresh):
-            row.append(f"{ratio(peer[0], report.copy('bgra'), 1)} ({peer[1]}: {peer[2]})" if peer else None)
+        row = [effect, f"{best.least / 1e3:.3f}"]
+        row += [copies(report.row(effect, "bgra", target=t)) for t in report.targets]
+        row.append(ratio(report.plain(effect, "bgra"), best, 1))
+        for peer in report.fastest_peers(effect, "bgra"):
+            row.append(f"{peer[0] / report.usual_copy('bgra'):.1f} ({peer[1]}: {peer[2]})" if peer else None)
         rows.append(row)
     heads = ["effect", "ms"] + [f"x copy, {t}" for t in report.targets] + ["over plain", "fastest peer, x copy", "fastest that computes all afresh"]
     if not report.peers:
         heads, rows = heads[:-2], [row[:-2] for row in rows]
     report.table(heads, rows)
-    copies = ", ".join(f"{f} {report.copy(f) / 1e3:.3f} ms" for f in FORMATS)
-    report.add(f"A copy takes: {copies}.", "")
+    times = ", ".join(f"{f} {report.copy(f) / 1e3:.3f} ms" for f in FORMATS)
+    report.add(f"The quickest copy took: {times}.", "")
 
 
 def layout_table(report):
@@ -104,8 +136,8 @@ def layout_table(report):
     for effect in report.effects:
         row = [effect]
         for form in FORMATS:
-            time = report.time(effect, form)
-            row.append(f"{time / 1e3:.3f} ({ratio(time, report.copy(form), 1)})" if time else None)
+            found = report.row(effect, form)
+            row.append(f"{found.least / 1e3:.3f} ({copies(found)})" if found else None)
         rows.append(row)
     report.table(["effect"] + FORMATS, rows)
 
@@ -117,10 +149,8 @@ def band_table(report):
     for effect in report.effects:
         row = [effect]
         for form in ("bgra", "yuv420p"):
-            whole = report.time(effect, form)
-            bands = report.time(effect, form, suffix="/bands32")
-            threads = report.time(effect, form, suffix="/threads2")
-            row += [ratio(bands, whole) if whole and bands else None, ratio(whole, threads) if whole and threads else None]
+            whole = report.row(effect, form)
+            row += [ratio(report.row(effect, form, suffix="/bands32"), whole), ratio(whole, report.row(effect, form, suffix="/threads2"))]
         if any(row[1:]):
             rows.append(row)
     report.table(["effect", "bgra, bands", "bgra, two threads", "yuv420p, bands", "yuv420p, two threads"], rows)
@@ -133,7 +163,8 @@ def size_table(report):
         row = [effect]
         for size in SIZES:
             width, height = map(int, size.split("x"))
-            time = report.times.get(f"memcpy/bgra/{size}") if effect == "memcpy" else report.time(effect, "bgra", size)
+            found = report.row(effect, "bgra", size)
+            time = report.copy("bgra", size) if effect == "memcpy" else found.least if found else None
             row.append(f"{time * 1e3 / (width * height):.2f}" if time else None)
         rows.append(row)
     report.table(["effect"] + SIZES, rows)
@@ -143,17 +174,20 @@ def hard_table(report):
     report.add("## Hard cases", "",
                "Contents and settings chosen to be slow: time over that of real footage at the usual level.")
     cases = collections.defaultdict(dict)
-    for name, time in report.times.items():
+    for name, row in report.rows.items():
         if name.startswith("hard/"):
             _, effect, what, form = name.split("/")
-            usual = report.time(effect, form)
-            if usual:
-                cases[(effect, what)][form] = f"{time / usual:.2f}"
+            cases[(effect, what)][form] = ratio(row, report.row(effect, form))
     rows = [[f"{e}: {w}", c.get("bgra"), c.get("yuv420p")] for (e, w), c in sorted(cases.items())]
     report.table(["case", "bgra", "yuv420p"], rows)
-    build, phase = report.times.get("Ripple tables/amplitude"), report.times.get("Ripple tables/phase")
+    build, phase = report.rows.get("Ripple tables/amplitude"), report.rows.get("Ripple tables/phase")
     if build is not None:
-        report.add(f"Ripple's tables take {build / 1e3:.3f} ms when damping or amplitude change, and {phase:.2f} us when only the phase does.", "")
+        report.add(f"Ripple's tables take {build.least / 1e3:.3f} ms when damping or amplitude change, and {phase.least:.2f} us when only the phase does.", "")
+    glass, rand = report.row("Ground Glass", "bgra"), report.rows.get(f"rand/bgra/{FULL_HD}")
+    if glass and rand:
+        planar, pairs = report.row("Ground Glass", "yuv420p"), report.rows[f"rand/yuv420p/{FULL_HD}"]
+        report.add(f"Ground Glass takes {glass.least / rand.least:.2f} times as long as its calls of `rand()` alone in `bgra`, "
+                   f"{planar.least / pairs.least:.2f} times in `yuv420p`.", "")
 
 
 def peer_table(report):
@@ -162,22 +196,23 @@ def peer_table(report):
     report.add("## Other libraries", "",
                "The nearest call of each, on the same frame, on one thread. \"ready\": maps or masks were prepared before the clock ran.")
     rows = []
-    for name, time in sorted(report.peers.items(), key=lambda item: (item[0].split("/")[2], item[1])):
+    for name, row in sorted(report.peers.items(), key=lambda item: (item[0].split("/")[2], item[1].least)):
+        time = row.least
         _, peer, effect, form, call = name.split("/", 4)
         note = report.notes.get((peer, effect, form, call), {})
-        own = report.time(effect, form)
-        rows.append([effect, peer, form, f"{time / 1e3:.3f}", f"{time / own:.1f}x" if own else None, f"`{call}`",
+        own = report.row(effect, form)
+        rows.append([effect, peer, form, f"{time / 1e3:.3f}", f"{time / own.least:.1f}x" if own else None, f"`{call}`",
                      "all afresh" if note.get("fresh") else "ready", note.get("difference")])
     report.table(["effect", "peer", "format", "ms", "over norix", "call", "", "what it computes differently"], rows)
 
 
 def plot(report, path):
-    effects = [e for e in report.effects if report.time(e, "bgra")]
-    effects.sort(key=lambda e: report.time(e, "bgra"))
-    copy = report.copy("bgra")
+    effects = [e for e in report.effects if report.row(e, "bgra")]
+    effects.sort(key=lambda e: report.row(e, "bgra").x_copy)
+    copy = report.usual_copy("bgra")
     figure, axes = plt.subplots(figsize=(8, 5.5))
     places = range(len(effects))
-    axes.barh([p + 0.2 for p in places], [report.time(e, "bgra") / copy for e in effects], 0.38, label="NorixEngine", color="#1f6f8b")
+    axes.barh([p + 0.2 for p in places], [report.row(e, "bgra").x_copy for e in effects], 0.38, label="NorixEngine", color="#1f6f8b")
     if report.peers:
         fastest = [report.fastest_peers(e, "bgra")[0] for e in effects]
         axes.barh([p - 0.2 for p in places], [f[0] / copy if f else 0 for f in fastest], 0.38, label="fastest peer", color="#d9a441")
@@ -194,18 +229,20 @@ def main():
     effects, machine, docs = sys.argv[1:4]
     peers, notes = ({}, [])
     if len(sys.argv) > 4:
-        peers = {n: t for n, t in minima(sys.argv[4]).items() if n.startswith("peer/")}
+        peers = {n: row for n, row in read(sys.argv[4]).items() if n.startswith("peer/")}
         notes = json.loads(pathlib.Path(sys.argv[5]).read_text())
-    report = Report(minima(effects), peers, notes)
+    report = Report(read(effects), peers, notes)
     report.add("# Performance", "",
                "Written by `scripts/bench` on this machine; `norix bench` measures yours.", "",
                "```", pathlib.Path(machine).read_text().strip(), "```", "",
                "![Every effect against a copy and the fastest peer](images/performance.svg)", "",
-               "**Method.** One process times every row with Google Benchmark, on one thread, in five rounds of random order, and the least time",
-               "counts. The picture is a frame of real footage (`assets/meadow.mp4`, enlarged), warm in the caches as far as it fits. Every call",
-               "computes everything anew; nothing is kept from call to call but Ripple's tables, which its parameters hold. The plain reference",
-               "is the code that the tests hold every effect to, built with the same compiler at `-O3`. Copies, plain code and every instruction",
-               "set are measured in the same run; other libraries in a run right after it.", "")
+               "**Method.** Google Benchmark runs every row on one thread, in rounds of random order; the picture is a frame of real footage",
+               "(`assets/meadow.mp4`, enlarged), warm in the caches as far as it fits. Every single call is timed, and so is a memcpy of the same",
+               "planes right before it: in each round the quickest call and the quickest copy count, and \"x copy\" is the median of their ratios, so",
+               "that a machine that others slow down slows both; all other ratios are ratios of these, milliseconds are the quickest of all.",
+               "Every call computes everything anew; nothing is kept from call to call but Ripple's tables, which its parameters hold. The plain",
+               "reference is the code that the tests hold every effect to, built with the same compiler at `-O3` and measured in the same run; other",
+               "libraries follow in a run right after it, each with its quickest round.", "")
     main_table(report)
     layout_table(report)
     band_table(report)

@@ -15,6 +15,10 @@ target_compile_options(
 
 if(NORIX_SANITIZE)
   set(sanitizers -fsanitize=${NORIX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
-  target_compile_options(norix_compiler INTERFACE ${sanitizers})
+  # The kernels inline so much that full debug information and checks in place take minutes a file.
+  target_compile_options(norix_compiler INTERFACE ${sanitizers} -O1 -g1)
+  if(NORIX_SANITIZE MATCHES address AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    target_compile_options(norix_compiler INTERFACE "SHELL:--param asan-instrumentation-with-call-threshold=0")
+  endif()
   target_link_options(norix_compiler INTERFACE ${sanitizers})
 endif()
