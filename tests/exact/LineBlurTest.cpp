@@ -69,6 +69,17 @@ TEST_P(LineBlurTest, ZoomOnDecisionBorders) {
   }
 }
 
+// Distances that pass many powers of two on their way through zero; strengths at which steps are rounded to half units.
+TEST_P(LineBlurTest, ZoomOverLongRows) {
+  EffectComparison comparison("Zoom Blur");
+  for (int i = 0; i < 60; ++i) {
+    double strength = random_.Real(0.0, 5.0);
+    if (random_.OneIn(3)) strength = 100.0 * std::ldexp(2 * random_.Between(1, 4096) + 1, random_.Between(-62, -16));
+    comparison.SetFields({random_.Real(0.0, 1.0), random_.Real(0.0, 1.0), strength});
+    Compare(comparison, random_.Between(900, 4200), random_.Between(2, 5));
+  }
+}
+
 TEST_P(LineBlurTest, MotionAtEveryWidth) {
   EffectComparison comparison("Motion Blur");
   for (int width = 1; width <= 150; ++width)

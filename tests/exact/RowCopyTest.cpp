@@ -34,11 +34,11 @@ TEST_P(RowCopyTest, MirrorMoveXWithEveryShift) {
     }
 }
 
-// Tiles of more than one strip, and of less than a vector.
+// Tiles of more than one strip of 2048 columns, and of less than a vector.
 TEST_P(RowCopyTest, TileScaleWithWideAndNarrowTiles) {
   EffectComparison comparison("Tile Scale");
   for (int i = 0; i < 150; ++i) {
-    const int width = random_.Between(900, 2600);
+    const int width = random_.OneIn(3) ? random_.Between(2040, 5200) : random_.Between(900, 2600);
     comparison.SetFields(
         {random_.OneIn(3) ? random_.Between(2, 140) / static_cast<double>(width) : random_.Real(0.3, 1.0)});
     Compare(comparison, width, random_.Between(2, 12));
@@ -55,6 +55,15 @@ TEST_P(RowCopyTest, TileScaleAroundWindows) {
     if (random_.OneIn(4)) scale += random_.Real(-0.001, 0.001);
     comparison.SetFields({scale});
     Compare(comparison, random_.Between(8, 400), random_.Between(8, 40));
+  }
+}
+
+// Single bytes are fetched from up to eight windows, larger pixels from up to four; beyond that, one by one.
+TEST_P(RowCopyTest, TileScaleWithManyWindows) {
+  EffectComparison comparison("Tile Scale");
+  for (int i = 0; i < 150; ++i) {
+    comparison.SetFields({random_.OneIn(3) ? 1.0 / random_.Between(3, 10) : random_.Real(0.1, 0.3)});
+    Compare(comparison, random_.Between(150, 1400), random_.Between(20, 60));
   }
 }
 

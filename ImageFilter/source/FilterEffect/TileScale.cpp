@@ -52,8 +52,11 @@ struct TileJob {
 HWY_BEFORE_NAMESPACE();
 namespace norix::HWY_NAMESPACE {
 
-inline constexpr int kTileStrip = 1024;  // columns
-inline constexpr int kMostTileWindows = 4;
+inline constexpr int kTileStrip = 2048;                // columns
+inline constexpr int kTilePatterns = kTileStrip * 16;  // bytes
+
+/// Sixteen bytes from many windows are still faster than one by one; four pixels are not.
+constexpr int MostTileWindows(int bytesPerPixel) { return bytesPerPixel == 1 ? 8 : 4; }
 
 /// A strip of a tile's columns: where they lie in a source row, and how to fetch groups of them in vectors.
 struct TileStrip {
@@ -62,7 +65,7 @@ struct TileStrip {
   bool vectors;  ///< 4-byte pixels are fetched from two vectors instead
   std::int32_t column[kTileStrip];
   std::int32_t base[kTileStrip / 4];
-  alignas(64) std::uint8_t pattern[kTileStrip * 4 * kMostTileWindows];
+  alignas(64) std::uint8_t pattern[kTilePatterns];
 };
 
 /// Fills in the columns and moves `sum` on to the column after them.
@@ -133,13 +136,12 @@ void PrepareTileWindows(TileStrip& strip, int width) {
       widest = std::max(widest, (std::int64_t{column[kBlock - 1]} - column[0] + 1) * kBytesPerPixel);
     }
   }
-  if (widest > 16 * kMostTileWindows) return;
+  if (widest > 16 * MostTileWindows(kBytesPerPixel)) return;
   const int windows = (static_cast<int>(widest) + 15) / 16;
   const int last = width * kBytesPerPixel - 16 * windows;
   if (last < 0) return;
   const hn::FixedTag<std::uint8_t, 16> d8;
   const hn::FixedTag<std::int32_t, 4> d;
-  const hn::FixedTag<std::uint8_t, 4> d4;
   // Every pixel's place is copied to its bytes, to which their numbers are added.
   alignas(16) static constexpr std::uint8_t kCopy3[16] = {0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 0, 0, 0, 0};
   alignas(16) static constexpr std::uint8_t kCopy4[16] = {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
@@ -152,13 +154,18 @@ void PrepareTileWindows(TileStrip& strip, int width) {
     for (int block = 0; block < kTileBlocks; ++block, column += kBlock) {
       const int base = std::min(column[0] * kBytesPerPixel, last);
       strip.base[v * kTileBlocks + block] = base;
-      alignas(16) std::uint8_t places[16] = {};
-      for (int i = 0; i < kBlock; i += 4) {
-        const auto at = hn::Mul(hn::LoadU(d, column + i), hn::Set(d, kBytesPerPixel));
-        hn::StoreU(hn::DemoteTo(d4, hn::Sub(at, hn::Set(d, base))), d4, places + i);
+      const auto placesAt = [&](int i) HWY_ATTR {
+        const auto at = hn::LoadU(d, column + i);
+        const auto scaled = kBytesPerPixel == 1 ? at : hn::Mul(at, hn::Set(d, kBytesPerPixel));
+        return hn::Sub(scaled, hn::Set(d, base));
+      };
+      auto place = hn::Zero(d8);
+      if constexpr (kBytesPerPixel == 1) {
+        place = BytesOfDwords(placesAt(0), placesAt(4), placesAt(8), placesAt(12));
+      } else {
+        const auto four = placesAt(0);
+        place = hn::Add(hn::TableLookupBytes(BytesOfDwords(four, four, four, four), copy), number);
       }
-      auto place = hn::Load(d8, places);
-      if constexpr (kBytesPerPixel != 1) place = hn::Add(hn::TableLookupBytes(place, copy), number);
       // A lookup gives 0 for 128 and more. The saturated sum leaves places below 16, and makes 128 and more of all others.
       for (int w = 0; w < windows; ++w) {
         const auto mine = hn::Sub(place, hn::Set(d8, static_cast<std::uint8_t>(16 * w)));
@@ -237,6 +244,20 @@ void SampleTileStrip(const TileStrip& strip, const std::uint8_t* in, std::uint8_
       return SampleTileWindows<kBytesPerPixel, 4>(strip, in, out);
     default:
       break;
+  }
+  if constexpr (kBytesPerPixel == 1) {
+    switch (strip.windows) {
+      case 5:
+        return SampleTileWindows<1, 5>(strip, in, out);
+      case 6:
+        return SampleTileWindows<1, 6>(strip, in, out);
+      case 7:
+        return SampleTileWindows<1, 7>(strip, in, out);
+      case 8:
+        return SampleTileWindows<1, 8>(strip, in, out);
+      default:
+        break;
+    }
   }
 #endif
   for (int j = 0; j < strip.count; ++j) {

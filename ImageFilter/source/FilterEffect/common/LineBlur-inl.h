@@ -22,6 +22,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "FilterEffect/common/ExactInt.h"
 #include "FilterEffect/common/LineBlur.h"
@@ -184,26 +185,6 @@ HWY_INLINE bool FillEntry(const std::int32_t* columns, int width, bool two, int 
     hn::Store(hn::BitCast(Bytes(), index), Bytes(), table.pattern + slot * kVectorBytes);
     table.offset[slot] = base * 4;
     near = columns[kPixels - 1] - base < windows * kPixels;
-  } else if constexpr (kBytesPerPixel == 1) {
-    const hn::CappedTag<std::int32_t, 16> d;
-    const hn::Rebind<std::uint8_t, decltype(d)> bytes;
-    for (int lane = 0; lane < kVectorLanes; ++lane, columns += 16) {
-      const int base = std::min(columns[0], width - windows * 16);
-      std::uint8_t* pattern = table.pattern + slot * kVectorBytes + lane * 16;
-      std::uint8_t* pattern2 = table.pattern2 + slot * kVectorBytes + lane * 16;
-      // A lookup gives 0 for indices of 128 and more. The sum leaves places below 16 and makes 128 and more of others in
-      // the first window; in the second, places below 16 become 240 and more.
-      for (std::size_t i = 0; i < 16; i += hn::Lanes(d)) {
-        const auto v = hn::LoadU(d, columns + i);
-        const auto index = hn::DemoteTo(bytes, hn::Sub(v, hn::Set(d, base - 112)));
-        hn::StoreU(hn::Xor(index, hn::Set(bytes, 112)), bytes, pattern + i);
-        if (!two) continue;
-        const auto index2 = hn::And(hn::Sub(v, hn::Set(d, base + 16)), hn::Set(d, 255));
-        hn::StoreU(hn::DemoteTo(bytes, index2), bytes, pattern2 + i);
-      }
-      table.offset[slot * kVectorLanes + lane] = base;
-      near = near && columns[15] - base < windows * 16;
-    }
   } else {
     // Four pixels; a window of 16 bytes holds four 4-byte pixels or five 3-byte ones.
     const hn::FixedTag<std::int32_t, 4> d;
@@ -232,21 +213,87 @@ HWY_INLINE bool FillEntry(const std::int32_t* columns, int width, bool two, int 
   return near;
 }
 
-/// False if the columns span more than the windows somewhere.
-template <int kBytesPerPixel>
-bool FillFetchTable(const BlurJob& job, const TapStrip& strip, int blocks, TapWindows windows, FetchTable& table) {
-  constexpr int kPixels = PixelsPerBlock(kBytesPerPixel);
-  for (int block = 0, slot = 0; block < blocks; ++block) {
-    TapColumns columns;
-    FillTapColumns(strip, BlockStart(strip, block, kPixels), kPixels, columns);
-    bool near = true;
-    for (int k = 0; k < kTapCount; ++k, ++slot) {
-      // They ascend.
-      const bool outside = columns[k][0] < 0 || columns[k][kPixels - 1] >= job.size.width;
-      if (outside) HoldTapColumns(columns[k], kPixels, job.size.width);
-      near &= FillEntry<kBytesPerPixel>(columns[k], job.size.width, HasTwoWindows(windows, k), slot, table);
+/// Fills the entries of a block of bytes, straight from dx; false if some columns span more than the windows. The middle
+/// tap needs no entry.
+template <TapWindows kWindows>
+bool FillByteEntries(const BlurJob& job, const TapStrip& strip, int from, int slot, FetchTable& table) {
+  const hn::CappedTag<double, 4> d;
+  const hn::FixedTag<std::int32_t, 4> d32;
+  const hn::FixedTag<std::uint8_t, 16> bytes;
+  constexpr int kLanes = static_cast<int>(hn::MaxLanes(d));
+  constexpr int kVectors = 16 / kLanes;
+  const auto last = hn::Set(d, job.size.width - 1);
+  const auto high = hn::Set(bytes, 112);
+  auto beyond = hn::Zero(bytes);
+  for (int lane = 0; lane < kVectorLanes; ++lane, from += 16) {
+    hn::Vec<decltype(d)> x[kVectors];
+    hn::Vec<decltype(d)> dx[kVectors];
+    for (int i = 0; i < kVectors; ++i) {
+      x[i] = hn::Iota(d, strip.first + from + i * kLanes);
+      dx[i] = hn::LoadU(d, strip.dx + from + i * kLanes);
     }
-    if (!near) return false;
+    const auto fill = [&](auto tap) HWY_ATTR {
+      constexpr int k = tap;
+      constexpr int kSize = HasTwoWindows(kWindows, k) ? 32 : 16;
+      const auto at = [&](int i) HWY_ATTR { return hn::Min(hn::Add(hn::Mul(hn::Set(d, k - 4), dx[i]), x[i]), last); };
+      const auto four = [&](int i) HWY_ATTR {
+        if constexpr (kLanes == 4) {
+          return TruncateBelowLimit(at(i));
+        } else {
+          return hn::Combine(d32, TruncateBelowLimit(at(2 * i + 1)), TruncateBelowLimit(at(2 * i)));
+        }
+      };
+      const auto first = four(0);
+      // They ascend, so only columns before the row are before the base, which is column 0 then. They saturate to it.
+      const auto lowest = hn::Max(hn::Broadcast<0>(first), hn::Zero(d32));
+      const auto base = hn::Min(lowest, hn::Set(d32, job.size.width - kSize));
+      const auto place =
+          BytesOfDwords(hn::Sub(first, base), hn::Sub(four(1), base), hn::Sub(four(2), base), hn::Sub(four(3), base));
+      beyond = hn::Or(beyond, hn::SaturatedSub(place, hn::Set(bytes, kSize - 1)));
+      const int entry = (slot + k) * kVectorLanes + lane;
+      table.offset[entry] = hn::GetLane(base);
+      // A lookup gives 0 for indices of 128 and more. The saturated sum leaves places below 16 and makes 128 and more of
+      // all others.
+      hn::Store(hn::Xor(hn::SaturatedAdd(place, high), high), bytes, table.pattern + entry * 16);
+      if constexpr (kSize == 32) {
+        const auto place2 = hn::Sub(place, hn::Set(bytes, 16));
+        hn::Store(hn::Xor(hn::SaturatedAdd(place2, high), high), bytes, table.pattern2 + entry * 16);
+      }
+    };
+    fill(std::integral_constant<int, 0>());
+    fill(std::integral_constant<int, 1>());
+    fill(std::integral_constant<int, 2>());
+    fill(std::integral_constant<int, 3>());
+    fill(std::integral_constant<int, 5>());
+    fill(std::integral_constant<int, 6>());
+    fill(std::integral_constant<int, 7>());
+    fill(std::integral_constant<int, 8>());
+  }
+  return hn::AllTrue(bytes, hn::Eq(beyond, hn::Zero(bytes)));
+}
+
+/// False if the columns span more than the windows somewhere.
+template <int kBytesPerPixel, TapWindows kWindows>
+bool FillFetchTable(const BlurJob& job, const TapStrip& strip, FetchTable& table) {
+  constexpr int kPixels = PixelsPerBlock(kBytesPerPixel);
+  const int blocks = (strip.count + kPixels - 1) / kPixels;
+  for (int block = 0, slot = 0; block < blocks; ++block) {
+    const int start = BlockStart(strip, block, kPixels);
+    if constexpr (kBytesPerPixel == 1) {
+      if (!FillByteEntries<kWindows>(job, strip, start, slot, table)) return false;
+      slot += kTapCount;
+    } else {
+      TapColumns columns;
+      FillTapColumns(strip, start, kPixels, columns);
+      bool near = true;
+      for (int k = 0; k < kTapCount; ++k, ++slot) {
+        // They ascend.
+        const bool outside = columns[k][0] < 0 || columns[k][kPixels - 1] >= job.size.width;
+        if (outside) HoldTapColumns(columns[k], kPixels, job.size.width);
+        near &= FillEntry<kBytesPerPixel>(columns[k], job.size.width, HasTwoWindows(kWindows, k), slot, table);
+      }
+      if (!near) return false;
+    }
   }
   return true;
 }
@@ -477,12 +524,13 @@ void BlurTapStrip(const BlurJob& job, const TapStrip& strip, FetchTable& table) 
   constexpr int kPixels = PixelsPerBlock(kBytesPerPixel);
   if (!strip.ascending || strip.count < kPixels || job.size.width < 32)
     return BlurGathered<kBytesPerPixel, kChroma>(job, strip);
-  const int blocks = (strip.count + kPixels - 1) / kPixels;
-  const auto fits = [&](TapWindows windows) { return FillFetchTable<kBytesPerPixel>(job, strip, blocks, windows, table); };
-  if (fits(kOneWindow)) return BlurStrip<kBytesPerPixel, kChroma, kOneWindow>(job, strip, table);
+  if (FillFetchTable<kBytesPerPixel, kOneWindow>(job, strip, table))
+    return BlurStrip<kBytesPerPixel, kChroma, kOneWindow>(job, strip, table);
   if constexpr (kBytesPerPixel != 3) {
-    if (fits(kTwoForFirstTaps)) return BlurStrip<kBytesPerPixel, kChroma, kTwoForFirstTaps>(job, strip, table);
-    if (fits(kTwoWindows)) return BlurStrip<kBytesPerPixel, kChroma, kTwoWindows>(job, strip, table);
+    if (FillFetchTable<kBytesPerPixel, kTwoForFirstTaps>(job, strip, table))
+      return BlurStrip<kBytesPerPixel, kChroma, kTwoForFirstTaps>(job, strip, table);
+    if (FillFetchTable<kBytesPerPixel, kTwoWindows>(job, strip, table))
+      return BlurStrip<kBytesPerPixel, kChroma, kTwoWindows>(job, strip, table);
   }
   BlurGathered<kBytesPerPixel, kChroma>(job, strip);
 }

@@ -9,40 +9,68 @@
 
 #include <hwy/highway.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace norix::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Writes value, value + step, (value + step) + step, ... and returns what follows them.
+/// How many times `value` may grow by `rounded`, the first rounded step, before rounding changes; `most` at the most.
 ///
-/// While the sum stays within a power of two, its rounded steps are all equal, so whole runs are guessed as multiples of
-/// the first one. A run counts only if every guess plus `step` rounds to the next guess: then it is the running sum, by
-/// induction, whatever the numbers are. Other runs are added up one by one.
+/// Between two neighbouring powers of two all numbers are multiples of one unit, so adding `step` rounds the step to whole
+/// units: always alike, except that a step of a half unit more than a whole one is rounded by the parity of the sum. Then
+/// two like steps in a row are steps of an even number of units and leave the parity, and with it the rounding, as it is.
+inline std::size_t SteadySteps(double value, double step, double rounded, std::size_t most) {
+  constexpr std::uint64_t kSignAndExponent = 0xFFF0000000000000U;
+  std::uint64_t bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  bits &= kSignAndExponent;
+  double power;
+  std::memcpy(&power, &bits, sizeof power);
+  const double border = std::signbit(rounded) == std::signbit(value) ? 2 * power : power;
+  // One less than fit, so that the next value is short of the border by a step.
+  const double fitting = (border - value - rounded) / rounded;
+  const std::size_t steps = fitting < static_cast<double>(most) ? static_cast<std::size_t>(std::max(fitting, 0.0)) : most;
+  const double end = value + static_cast<double>(steps) * rounded;
+  std::uint64_t endBits;
+  std::memcpy(&endBits, &end, sizeof endBits);
+  const double second = value + rounded;
+  return (second + step) - second == rounded && (endBits & kSignAndExponent) == bits ? steps : 0;
+}
+
+/// Writes value, value + step, (value + step) + step, ... and returns what follows them. Steady steps are multiples of the
+/// first one, which no rounding touches.
 HWY_INLINE double FillRunningSum(double value, double step, std::size_t count, double* out) {
   std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
-  constexpr std::size_t kRun = 32;
   const hn::ScalableTag<double> d;
-  const auto steps = hn::Set(d, step);
-  const auto one = hn::Set(d, 1.0);
-  for (; i + kRun <= count; i += kRun) {
-    const auto base = hn::Set(d, value);
-    const auto rounded = hn::Set(d, (value + step) - value);
-    auto right = hn::Eq(base, base);
-    for (std::size_t j = 0; j < kRun; j += hn::Lanes(d)) {
-      const auto index = hn::Iota(d, static_cast<double>(j));
-      const auto guess = hn::Add(base, hn::Mul(index, rounded));
-      const auto next = hn::Add(base, hn::Mul(hn::Add(index, one), rounded));
-      right = hn::And(right, hn::Eq(hn::Add(guess, steps), next));
-      hn::StoreU(guess, d, out + i + j);
-    }
-    if (hn::AllTrue(d, right)) {
-      value = out[i + kRun - 1] + step;
+  const std::size_t lanes = hn::Lanes(d);
+  constexpr std::size_t kFew = 4;
+  while (count - i >= 2 * lanes) {
+    const double rounded = (value + step) - value;
+    const std::size_t steady = SteadySteps(value, step, rounded, count - i);
+    if (steady < kFew) {
+      for (const std::size_t end = i + kFew; i < end; ++i, value += step) out[i] = value;
       continue;
     }
-    for (std::size_t j = 0; j < kRun; ++j, value += step) out[i + j] = value;
+    const auto advance = hn::Set(d, static_cast<double>(2 * lanes) * rounded);
+    auto low = hn::Add(hn::Set(d, value), hn::Mul(hn::Iota(d, 0.0), hn::Set(d, rounded)));
+    auto high = hn::Add(low, hn::Set(d, static_cast<double>(lanes) * rounded));
+    // What the last vectors write too much is overwritten.
+    std::size_t j = 0;
+    for (; j < steady && i + j + 2 * lanes <= count; j += 2 * lanes) {
+      hn::StoreU(low, d, out + i + j);
+      hn::StoreU(high, d, out + i + j + lanes);
+      low = hn::Add(low, advance);
+      high = hn::Add(high, advance);
+    }
+    const std::size_t done = std::min(j, steady);
+    value += static_cast<double>(done) * rounded;
+    i += done;
   }
 #endif
   for (; i < count; ++i, value += step) out[i] = value;

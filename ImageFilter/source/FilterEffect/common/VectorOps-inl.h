@@ -77,6 +77,35 @@ HWY_INLINE ByteVector PackBlocks(WordVector low, WordVector high) {
 #endif
 }
 
+/// Two or four doubles to 32-bit lanes, toward zero. The caller keeps them below 2^31; the lowest lane stands for all too
+/// low.
+template <class V>
+HWY_INLINE auto TruncateBelowLimit(V v) {
+#if NORIX_X86_VECTORS && HWY_TARGET <= HWY_AVX2
+  return hn::Vec<hn::FixedTag<std::int32_t, 4>>{_mm256_cvttpd_epi32(v.raw)};
+#else
+  return hn::DemoteTo(hn::Rebind<std::int32_t, hn::DFromV<V>>(), v);
+#endif
+}
+
+/// Sixteen 32-bit lanes to bytes 0..255, saturating.
+template <class V>
+HWY_INLINE hn::Vec<hn::FixedTag<std::uint8_t, 16>> BytesOfDwords(V a, V b, V c, V d) {
+  const hn::FixedTag<std::int16_t, 8> d16;
+  const hn::FixedTag<std::uint8_t, 8> half;
+#if NORIX_X86_VECTORS
+  static_cast<void>(half);
+  const auto low = hn::ReorderDemote2To(d16, a, b);
+  const auto high = hn::ReorderDemote2To(d16, c, d);
+  return hn::Vec<hn::FixedTag<std::uint8_t, 16>>{_mm_packus_epi16(low.raw, high.raw)};
+#else
+  const hn::FixedTag<std::int16_t, 4> quarter;
+  const auto low = hn::Combine(d16, hn::DemoteTo(quarter, b), hn::DemoteTo(quarter, a));
+  const auto high = hn::Combine(d16, hn::DemoteTo(quarter, d), hn::DemoteTo(quarter, c));
+  return hn::Combine(hn::FixedTag<std::uint8_t, 16>(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+#endif
+}
+
 #if HWY_TARGET <= HWY_AVX2
 /// Pixel lookup in two vectors of n pixels: indices 0 .. n - 1 from the first, n .. 2n - 1 from the second.
 HWY_INLINE hn::Vec<Dwords> LookupInTwo(hn::Vec<Dwords> a, hn::Vec<Dwords> b, hn::Vec<Dwords> index) {
