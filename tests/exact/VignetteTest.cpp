@@ -104,6 +104,28 @@ TEST_P(VignetteTest, RadiiThatGraze) {
   }
 }
 
+// Factors of 1 less a few units in the last places, which rounding may make whole again.
+TEST_P(VignetteTest, FactorsThatAreNearlyOne) {
+  for (int bits = 4; bits <= 56; ++bits) {
+    for (int i = 0; i < 16; ++i) {
+      const double inner = 0.5 - std::ldexp(1.0, -bits);
+      vignette_.SetFields({0.5, 0.0, inner, inner + random_.Real(0.01, 1.0)});
+      ASSERT_TRUE(vignette_.AgreesOnNoise(Shape(random_.OneIn(2) ? 128 : 16, 2), random_));
+    }
+  }
+}
+
+// Ring sides of a few columns, which no vector fits into.
+TEST_P(VignetteTest, SidesNarrowerThanAVector) {
+  for (int i = 0; i < 600; ++i) {
+    const int width = random_.Between(1, 300);
+    const double inner = random_.Real(0.0, 0.5);
+    vignette_.SetFields({random_.OneIn(2) ? 0.5 : random_.Real(0.0, 1.0), 0.5, inner,
+                         inner + random_.Between(1, 40) / static_cast<double>(width)});
+    ASSERT_TRUE(vignette_.AgreesOnNoise(Shape(width, random_.Between(1, 12)), random_));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Layouts, VignetteTest,
                          testing::Values(FormatOf(kYuv420p), FormatOf(kYuva420p), FormatOf(kRgb24), FormatOf(kBgra)),
                          [](const auto& tested) { return std::string(tested.param.name); });

@@ -134,7 +134,8 @@ void SketchColumns(const SketchSetup& s, const SketchJob& job, std::int64_t firs
   }
 }
 
-constexpr std::ptrdiff_t kSketchStrip = 1024;  // columns
+constexpr std::ptrdiff_t kSketchStrip = 1024;    // columns
+constexpr std::ptrdiff_t kSketchFewColumns = 4;  // fewer are not worth a vector
 
 #if HWY_TARGET != HWY_SCALAR
 using SketchHalf = hn::Half<Bytes>;
@@ -242,22 +243,31 @@ struct SketchMixer {
   }
 };
 
-/// Columns first .. end - 1 of the interior, at least a vector of them and at most a strip, with three gray rows.
-template <int kBytes, bool kDoubt>
+/// Columns first .. end - 1 of the interior, at most a strip, with three gray rows. Less than a vector of them (kNarrow)
+/// are filled up beside the picture.
+template <int kBytes, bool kDoubt, bool kNarrow>
 void SketchStrip(const SketchSetup& s, const SketchJob& job, std::ptrdiff_t first, std::ptrdiff_t end) {
   const Bytes d;
   const auto n = static_cast<std::ptrdiff_t>(hn::Lanes(d));
   const SketchGray4 gray4(s);
   const SketchMixer<kDoubt> mix(s.mix);
   const auto bias = hn::Set(Words(), static_cast<std::int16_t>(s.bias));
-  const std::ptrdiff_t columns = end - first;
+  const std::ptrdiff_t columns = kNarrow ? n : end - first;
+  const auto narrowBytes = static_cast<std::size_t>(end - first) * kBytes;
+  std::uint8_t padded[kNarrow ? kBytes * 2 * HWY_MAX_BYTES : 1] = {};
   std::uint8_t grays[3][kSketchStrip + 2 * HWY_MAX_BYTES];
   std::uint8_t edges[kSketchStrip + HWY_MAX_BYTES];
   std::uint8_t edges3[kBytes == 3 ? 3 * (kSketchStrip + HWY_MAX_BYTES) : 1];
 
   // One column past the strip's last, which is a neighbour on the right.
-  const auto grayRow = [&](std::int64_t i) HWY_ATTR {
+  const auto rowOf = [&](std::int64_t i) -> const std::uint8_t* {
     const std::uint8_t* in = job.from.Row(job.rows.first + i) + first * kBytes;
+    if constexpr (!kNarrow) return in;
+    std::memcpy(padded, in, narrowBytes + kBytes);
+    return padded;
+  };
+  const auto grayRow = [&](std::int64_t i) HWY_ATTR {
+    const std::uint8_t* in = rowOf(i);
     std::uint8_t* out = grays[i % 3];
     const std::ptrdiff_t count = columns + 1;
     const std::ptrdiff_t step = kBytes == 4 ? n : n / 2;
@@ -284,8 +294,9 @@ void SketchStrip(const SketchSetup& s, const SketchJob& job, std::ptrdiff_t firs
       hn::StoreU(e, d, edges + x);
       if constexpr (kBytes == 3) hn::StoreInterleaved3(e, e, e, d, edges3 + 3 * x);
     }
-    const std::uint8_t* in = job.from.Row(job.rows.first + i) + first * kBytes;
-    std::uint8_t* out = job.to.Row(job.rows.first + i) + first * kBytes;
+    const std::uint8_t* in = rowOf(i);
+    std::uint8_t* row = job.to.Row(job.rows.first + i) + first * kBytes;
+    std::uint8_t* out = kNarrow ? padded : row;
     const std::ptrdiff_t bytes = columns * kBytes;
     for (std::ptrdiff_t at = 0; at < bytes; at += n) {
       at = std::min(at, bytes - n);
@@ -300,6 +311,7 @@ void SketchStrip(const SketchSetup& s, const SketchJob& job, std::ptrdiff_t firs
         hn::StoreU(mix(c, hn::LoadU(d, edges3 + at)), d, out + at);
       }
     }
+    if constexpr (kNarrow) std::memcpy(row, padded, narrowBytes);
   }
 }
 #endif
@@ -309,12 +321,17 @@ void SketchPixels(const SketchSetup& s, const SketchJob& job) {
   const std::ptrdiff_t last = job.width - 1;
 #if HWY_TARGET != HWY_SCALAR
   const auto n = static_cast<std::ptrdiff_t>(hn::Lanes(Bytes()));
-  const bool lanes = s.mix.fast && last - 1 >= n;
-  for (std::ptrdiff_t first = 1; lanes && first < last; first += kSketchStrip) {
+  const bool lanes = s.mix.fast && last - 1 >= kSketchFewColumns;
+  if (lanes && last - 1 < n) {
+    s.mix.tables == 0 ? SketchStrip<kBytes, false, true>(s, job, 1, last)
+                      : SketchStrip<kBytes, true, true>(s, job, 1, last);
+  }
+  for (std::ptrdiff_t first = 1; lanes && last - 1 >= n && first < last; first += kSketchStrip) {
     const std::ptrdiff_t end = std::min(first + kSketchStrip, last);
     // A short last strip overlaps the one before, whose bytes it only writes once more.
     const std::ptrdiff_t begin = std::min(first, end - n);
-    s.mix.tables == 0 ? SketchStrip<kBytes, false>(s, job, begin, end) : SketchStrip<kBytes, true>(s, job, begin, end);
+    s.mix.tables == 0 ? SketchStrip<kBytes, false, false>(s, job, begin, end)
+                      : SketchStrip<kBytes, true, false>(s, job, begin, end);
   }
 #else
   constexpr bool lanes = false;

@@ -5,10 +5,10 @@
 // innerRadius). Products are truncated; chroma is scaled about 128. The column's and the row's distances are running sums,
 // of 1 / W and 1 / H.
 //
-// A row is up to seven spans: black, ring, faint, unchanged, faint, ring, black. f never grows with d, so the exact formula
-// at a few columns finds their ends. Only the ring needs arithmetic: f in single precision, once for columns at the same
-// distance left and right of the centre, then 16-bit products. Bytes that may lie on either side of a whole number are
-// noted and decided afterwards, nearly all with six more bits of f, the rest by the exact formula.
+// A row is up to seven spans: black, ring, faint, unchanged, faint, ring, black. f never grows with d, so each ends at a
+// square of a distance, found once per call. Only the ring needs arithmetic: f in single precision, once for columns at the
+// same distance left and right of the centre, then 16-bit products. Bytes that may lie on either side of a whole number are
+// noted and decided afterwards by the exact formula.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "FilterEffect/Vignette.cpp"
@@ -20,19 +20,17 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <type_traits>
 
 #include "FilterEffect/Effects.h"
 #include "FilterEffect/common/ExactInt.h"
 #include "FilterEffect/common/Frame.h"
 #include "FilterEffect/common/PlanarRows.h"
+#include "FilterEffect/common/RingSpans.h"
 #include "FilterEffect/common/VectorOps-inl.h"
 
 #ifndef NORIX_VIGNETTE_SETUP
 #define NORIX_VIGNETTE_SETUP
 namespace norix {
-
-constexpr int kFactorBits = 22;
 
 struct VignetteSetup {
   double centerX;
@@ -48,11 +46,14 @@ struct VignetteSetup {
   bool squared;
   bool tame;             ///< rows can be cut into spans
   bool vectors = false;  ///< the ring is wide enough for single precision
-  int mirror = -1;       ///< columns x and mirror - x are at the same distance; negative: none are
-  float slope = 0;       ///< e = slope * d + start
+  RingLimits limits;
+  double nearOne = -1;  ///< where chroma's products may round to the unchanged value
+  double any = -1;      ///< where f is not 0
+  int mirror = -1;      ///< columns x and mirror - x are at the same distance; negative: none are
+  float slope = 0;      ///< e = slope * d + start
   float start = 0;
-  float one = 0;  ///< 2^23 + 2^22 less half the slack
-  int slack = 0;  ///< 2^22 f lies above its estimate by less than this
+  float one = 0;  ///< 2^23 + 2^16 less half the room
+  int room = 0;   ///< 2^16 f lies above its weight by less than this
 
   VignetteSetup(const VignetteParams& params, const AVFrame& src, Band rows)
       : centerX(params.centerX),
@@ -66,33 +67,48 @@ struct VignetteSetup {
         height(src.height),
         layout(LayoutOf(src.format)),
         squared(layout == Layout::kPacked4) {
-    const auto within = [](double value, double limit) { return value >= -limit && value <= limit; };
-    tame = within(centerX, 4) && within(centerY, 4) && within(innerRadius, 16) && within(outerRadius, 16) &&
+    const auto between = [](double value, double limit) { return value >= -limit && value <= limit; };
+    tame = between(centerX, 4) && between(centerY, 4) && between(innerRadius, 16) && between(outerRadius, 16) &&
            width <= 32767 && height <= 32767 && rows.first >= -65536 && rows.end() <= 65536;
     if (!tame) return;
+    // Below 1 / 256 every product is 0; chroma, which turns into 127 or 128, needs a smaller f and looks closer beyond.
+    const double least = layout == Layout::kPacked3 || squared ? 0x1p-8 : 0x1p-14;
+    limits.visible = SquareOfAtLeast(least, 1 - least);
+    limits.unchanged = SquareOfAtLeast(1.0, 0x1p-54);
+    limits.faint = squared ? SquareOfAtLeast(1 - 0x1p-8, 0x1p-8) : limits.unchanged;
+    const bool planar = layout == Layout::kPlanar || layout == Layout::kPlanarAlpha;
+    if (planar) any = SquareOfAtLeast(std::numeric_limits<double>::denorm_min(), 1);
+    nearOne = limits.unchanged;
     const double twiceCentre = 2 * centerX * width;
     if (twiceCentre >= 0 && twiceCentre <= 2.0 * width && twiceCentre == std::floor(twiceCentre)) {
       mirror = static_cast<int>(twiceCentre);
     }
     if (ringWidth < 1e-3) return;
     // With u = 2^-24: the column's distance is rounded (u), its square twice as much, the row's square (u), their sum (2 u
-    // where the target does not fuse), all halved by the root, which is rounded itself: d is off by 3 u d. The slope and
-    // its product add 2 u slope d; the start and the sum u (|start| + |e|), |e| <= 1. Mirrored columns' distances differ by
-    // what their running sums are off, at most 2^-34. Squaring doubles all that and adds u, subtracting from 1 another.
+    // where the target does not fuse), all halved by the root: 2 u. The root itself is rounded (u), or comes from an
+    // estimate of its inverse, 1.5 * 2^-12 off at most: a step of Newton's method leaves 1.5 times the square of that, 3.4
+    // u, and its two products, two constants and one sum, where half of the inverse's errors count, no more than 5 u; the
+    // last product adds u. All these are shares of slope * d. The start and the sum add u (|start| + |e|), |e| <= 1.
+    // Mirrored columns' distances differ by what their running sums are off, at most 2^-34. Squaring doubles all that and
+    // adds u, subtracting from 1 another.
     const double wideSlope = 1 / ringWidth;
     const double wideStart = -innerRadius / ringWidth;
     slope = static_cast<float>(wideSlope);
     start = static_cast<float>(wideStart);
-    const double linear = 5 * wideSlope * outerRadius + std::abs(wideStart) + 1 + wideSlope / 1024;
+    const double linear = 12 * wideSlope * outerRadius + std::abs(wideStart) + 1 + wideSlope / 1024;
     const double off = (squared ? 2 * linear : linear) + 2;
-    // 2^22 u is a quarter. Rounding adds one half; with one eighth more the estimate is never reached from above or below.
-    slack = 2 * static_cast<int>(std::ceil(off / 4 + 0.625));
-    one = static_cast<float>((1 << 23) + (1 << kFactorBits) - slack / 2);
-    vectors = slack < 4096;
+    // 2^16 u is 1 / 256. Rounding adds one half; with one eighth more the weight is never reached from above or below.
+    const int reach = static_cast<int>(std::ceil(off / 256 + 0.625));
+    one = static_cast<float>((1 << 23) + (1 << 16) - reach);
+    room = 2 * reach;
+    vectors = room <= 64;
+    if (planar && vectors) nearOne = SquareOfAtLeast(1 - (room + 1) * 0x1p-16, (room + 1) * 0x1p-16);
   }
 
-  double Factor(double dx, double dy) const {
-    const double d = std::sqrt(dx * dx + dy * dy);
+  double Factor(double dx, double dy) const { return FactorAt(dx * dx + dy * dy); }
+
+  double FactorAt(double square) const {
+    const double d = std::sqrt(square);
     if (d < innerRadius) return 1.0;
     if (!(innerRadius <= d && d <= outerRadius)) return 0.0;
     if (innerRadius == outerRadius) return 0.0;
@@ -100,18 +116,11 @@ struct VignetteSetup {
     return squared ? 1.0 - e * e : 1.0 - e;
   }
 
-  /// 2^22 f less half the slack, rounded, in single precision: never too large, and too small by less than the slack. The
-  /// sum lies between 2^23 and 2^24, where the last bit of a float is a whole unit.
-  int EstimatedFactor(float dx, float y2) const {
-    const float e = std::sqrt(dx * dx + y2) * slope + start;
-    const float sum = one - (squared ? e * e : e) * static_cast<float>(1 << kFactorBits);
-    return static_cast<int>(std::max(sum, 8388608.0F)) - (1 << 23);
-  }
-
-  /// About where the factor is f.
-  double RadiusOf(double f) const {
-    if (ringWidth <= 0) return innerRadius;
-    return innerRadius + ringWidth * (squared ? std::sqrt(1 - f) : 1 - f);
+  /// The largest square of a distance with a factor of at least `least`, which is 1 - `darkening`: f never grows with it.
+  double SquareOfAtLeast(double least, double darkening) const {
+    const double e = squared ? std::sqrt(darkening) : darkening;
+    const double radius = std::max(0.0, ringWidth > 0 ? innerRadius + ringWidth * e : innerRadius);
+    return LargestSquareWithin(radius * radius, [&](double square) { return FactorAt(square) >= least; });
   }
 
   double RowDistance(std::int64_t row) const { return static_cast<double>(row) * rowStep - centerY; }
@@ -152,18 +161,18 @@ namespace hn = hwy::HWY_NAMESPACE;
 constexpr int kVignettePiece = 4096;  // columns; even, so that chroma's begin with each
 constexpr int kVignetteSpare = 64;    // whole vectors may be computed on either side
 
-/// Columns of a piece of a row, and the factors of the current row where it needs them.
+/// Columns of a piece of a row, and the weights of the current row where it needs them.
 struct VignetteColumns {
   int count;
-  int mirror;  // columns i and mirror - i share factors; negative: none do
+  int mirror;  // columns i and mirror - i share weights; negative: none do
+  ColumnDistances distances;
   double dx[kVignettePiece];
   HWY_ALIGN float narrowDx[kVignettePiece + kVignetteSpare];
-  HWY_ALIGN std::uint32_t factors[kVignettePiece + 2 * kVignetteSpare];  // 2^32 f, never too large; the low ten bits are 0
-  HWY_ALIGN std::uint16_t coarse[kVignettePiece + 2 * kVignetteSpare];   // the high halves
-  HWY_ALIGN std::uint16_t even[kVignettePiece / 2 + kVignetteSpare];     // of every second column
+  // Whole numbers below 2^16 f, but by no more than setup.room.
+  HWY_ALIGN std::uint16_t weights[kVignettePiece + 2 * kVignetteSpare];
+  HWY_ALIGN std::uint16_t even[kVignettePiece / 2 + kVignetteSpare];  // of every second column
 
-  std::uint32_t* Factors() { return factors + kVignetteSpare; }
-  std::uint16_t* Coarse() { return coarse + kVignetteSpare; }
+  std::uint16_t* Weights() { return weights + kVignetteSpare; }
 
   /// Takes the next columns; `next` is the running sum.
   void Take(const VignetteSetup& setup, int begin, double& next) {
@@ -173,114 +182,72 @@ struct VignetteColumns {
     std::fill(narrowDx + count, narrowDx + count + kVignetteSpare, 0.0F);
     mirror = setup.mirror < 0 ? -1 : setup.mirror - 2 * begin;
     if (mirror > 2 * (count - 1)) mirror = -1;
+    distances = ColumnDistances(dx, count, setup.width);
   }
 };
 
-struct Span {
-  int begin;
-  int end;
-};
-
-/// The columns whose factor is at least `least`: an interval around the centre, because the factor never grows with the
-/// distance. `radius` is about where it ends.
-HWY_INLINE Span ColumnsOfAtLeast(const VignetteSetup& setup, const VignetteColumns& columns, double dy, double least,
-                                 double radius) {
-  const double* dx = columns.dx;
-  const int count = columns.count;
-  const auto inside = [&](int i) { return setup.Factor(dx[i], dy) >= least; };
-  const bool first = inside(0);
-  const bool last = inside(count - 1);
-  if (first && last) return {0, count};
-  const auto nearest = [&](double distance) {
-    const double at = (distance - dx[0]) * setup.width;
-    return at <= 0 ? 0 : at >= count - 1 ? count - 1 : static_cast<int>(at + 0.5);
-  };
-  int middle = first ? 0 : last ? count - 1 : nearest(0);
-  if (!inside(middle)) {
-    // Rounding may have chosen the wrong one of the two columns beside the centre.
-    const int before = std::max(middle - 1, 0);
-    const int behind = std::min(middle + 1, count - 1);
-    middle = inside(before) ? before : behind;
-    if (!inside(middle)) return {0, 0};
-  }
-  const double room = radius * radius - dy * dy;
-  const double reach = room > 0 && radius > 0 ? std::sqrt(room) : 0;
-  Span span = {0, count};
-  if (!first) {
-    span.begin = std::min(nearest(-reach), middle);
-    while (span.begin > 0 && inside(span.begin - 1)) --span.begin;
-    while (!inside(span.begin)) ++span.begin;
-  }
-  if (!last) {
-    span.end = std::max(nearest(reach), middle);
-    while (!inside(span.end)) --span.end;
-    while (inside(span.end)) ++span.end;
-  }
-  return span;
-}
-
-/// A row of a piece.
-struct RowSpans {
-  Span visible;    // ring and all within it
-  Span faint;      // each byte, unless 0, is one less than before
-  Span unchanged;  // f = 1
-};
-
-/// Computes EstimatedFactor() of many columns. Shifted to the top of 32 bits, the sum loses its own high bits.
+#if HWY_TARGET != HWY_SCALAR
+/// Computes weights. The sum lies between 2^23 and 2^24, where the last bit of a float is a whole unit; its low half is the
+/// weight.
 template <bool kSquared>
-class FactorLanes {
+class WeightLanes {
 public:
-  HWY_INLINE FactorLanes(const VignetteSetup& setup, double dy)
-      : y2_(hn::Set(df_, static_cast<float>(dy * dy))),
+  HWY_INLINE WeightLanes(const VignetteSetup& setup, double dy)
+      : y2_(hn::Set(df_, std::max(static_cast<float>(dy * dy), 1e-30F))),  // the centre has no inverse root
         slope_(hn::Set(df_, setup.slope)),
+        halfSlope_(hn::Set(df_, 0.5F * setup.slope)),
+        slopeAndHalf_(hn::Set(df_, 1.5F * setup.slope)),
         start_(hn::Set(df_, setup.start)),
         one_(hn::Set(df_, setup.one)) {}
 
   static constexpr int kCount = static_cast<int>(hn::MaxLanes(hn::ScalableTag<float>()));
+  static constexpr int kStep = 2 * kCount;
 
-  /// Columns begin .. end - 1, and on to a whole vector.
+  /// Columns begin .. end - 1, and on to a whole step.
   HWY_INLINE void Direct(VignetteColumns& columns, int begin, int end) const {
-    for (int i = begin; i < end; i += kCount) {
-      const auto factors = At(columns, i);
-      if constexpr (kSquared) {
-        hn::StoreU(factors, du_, columns.Factors() + i);
-      } else {
-        hn::StoreU(Coarse(factors), du16_, columns.Coarse() + i);
-      }
-    }
+    for (int i = begin; i < end; i += kStep) hn::StoreU(At(columns, i), du16_, columns.Weights() + i);
   }
 
   /// The same columns and those at the same distance on the other side.
   HWY_INLINE void Mirrored(VignetteColumns& columns, int begin, int end) const {
-    for (int i = begin; i < end; i += kCount) {
-      const int beside = columns.mirror - i - (kCount - 1);
-      const auto factors = At(columns, i);
-      if constexpr (kSquared) {
-        hn::StoreU(factors, du_, columns.Factors() + i);
-        hn::StoreU(hn::Reverse(du_, factors), du_, columns.Factors() + beside);
-      } else {
-        const auto coarse = Coarse(factors);
-        hn::StoreU(coarse, du16_, columns.Coarse() + i);
-        hn::StoreU(hn::Reverse(du16_, coarse), du16_, columns.Coarse() + beside);
-      }
+    for (int i = begin; i < end; i += kStep) {
+      const auto weights = At(columns, i);
+      hn::StoreU(weights, du16_, columns.Weights() + i);
+      hn::StoreU(Reversed(weights), du16_, columns.Weights() + columns.mirror - i - (kStep - 1));
     }
   }
 
 private:
   using DF = hn::ScalableTag<float>;
   using DU = hn::RebindToUnsigned<DF>;
-  using DU16 = hn::Rebind<std::uint16_t, DU>;
+  using DU16 = UnsignedWords;
 
-  HWY_INLINE hn::Vec<DU> At(const VignetteColumns& columns, int i) const {
+  HWY_INLINE hn::Vec<DU16> SumsAt(const VignetteColumns& columns, int i) const {
     const auto x = hn::LoadU(df_, columns.narrowDx + i);
-    auto e = hn::MulAdd(hn::Sqrt(hn::MulAdd(x, x, y2_)), slope_, start_);
+    const auto square = hn::MulAdd(x, x, y2_);
+    auto e = start_;
+    if constexpr (!NORIX_X86_VECTORS) {
+      e = hn::MulAdd(hn::Sqrt(square), slope_, start_);
+    } else {
+      // A step of Newton's method from an estimate, twice as fast as the root.
+      const auto inverse = hn::ApproximateReciprocalSqrt(square);
+      const auto root = hn::Mul(square, inverse);
+      e = hn::MulAdd(root, hn::NegMulAdd(hn::Mul(root, inverse), halfSlope_, slopeAndHalf_), start_);
+    }
     if constexpr (kSquared) e = hn::Mul(e, e);
-    const auto sum = hn::NegMulAdd(e, hn::Set(df_, static_cast<float>(1 << kFactorBits)), one_);
-    return hn::ShiftLeft<32 - kFactorBits>(hn::BitCast(du_, hn::Max(sum, hn::Set(df_, 8388608.0F))));
+    const auto sum = hn::NegMulAdd(e, hn::Set(df_, 65536.0F), one_);
+    return hn::BitCast(du16_, hn::Max(sum, hn::Set(df_, 8388608.0F)));
   }
 
-  HWY_INLINE hn::Vec<DU16> Coarse(hn::Vec<DU> factors) const {
-    return hn::DemoteTo(du16_, hn::BitCast(hn::RebindToSigned<DU>(), hn::ShiftRight<16>(factors)));
+  HWY_INLINE hn::Vec<DU16> At(const VignetteColumns& columns, int i) const {
+    const auto low = SumsAt(columns, i);
+    return hn::ConcatEven(du16_, SumsAt(columns, i + kCount), low);
+  }
+
+  /// Fewer operations than Reverse() takes with 16-bit lanes.
+  static HWY_INLINE hn::Vec<DU16> Reversed(hn::Vec<DU16> v) {
+    alignas(16) static constexpr std::uint8_t kBackwards[16] = {14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1};
+    return hn::ReverseBlocks(DU16(), hn::TableLookupBytes(v, hn::BitCast(DU16(), Repeat16(kBackwards))));
   }
 
   DF df_;
@@ -288,14 +255,16 @@ private:
   DU16 du16_;
   hn::Vec<DF> y2_;
   hn::Vec<DF> slope_;
+  hn::Vec<DF> halfSlope_;
+  hn::Vec<DF> slopeAndHalf_;
   hn::Vec<DF> start_;
   hn::Vec<DF> one_;
 };
 
-/// Computes the factors of all columns in the ring.
+/// Computes the weights of all columns in the ring.
 template <bool kSquared>
-HWY_INLINE void ComputeFactors(const VignetteSetup& setup, VignetteColumns& columns, double dy, Span left, Span right) {
-  const FactorLanes<kSquared> lanes(setup, dy);
+HWY_INLINE void ComputeWeights(const VignetteSetup& setup, VignetteColumns& columns, double dy, Span left, Span right) {
+  const WeightLanes<kSquared> lanes(setup, dy);
   const int mirror = columns.mirror;
   if (mirror < 0) {
     lanes.Direct(columns, left.begin, left.end);
@@ -320,48 +289,21 @@ HWY_INLINE void ComputeFactors(const VignetteSetup& setup, VignetteColumns& colu
   if (left.begin <= mirror - columns.count)
     lanes.Direct(columns, left.begin, std::min(left.end, mirror - columns.count + 1));
 }
-
-/// A byte that 16-bit products could not settle, or did not try: six more bits of f, then the exact formula. As 2^22 f lies
-/// between F and F + slack, so does 2^22 c f between c F and c (F + slack), and neither end is reached.
-template <Shade kShade>
-HWY_INLINE std::uint8_t DecideByte(const VignetteSetup& setup, VignetteColumns& columns, double dy, int column,
-                                   std::uint8_t value) {
-  const int factor = kShade == Shade::kPacked4
-                         ? static_cast<int>(columns.Factors()[column] >> (32 - kFactorBits))
-                         : setup.EstimatedFactor(columns.narrowDx[column], static_cast<float>(dy * dy));
-  constexpr int kFraction = (1 << kFactorBits) - 1;
-  if constexpr (kShade == Shade::kChroma) {
-    const int magnitude = std::abs(value - 128);
-    const int product = magnitude * factor;
-    if ((product & kFraction) + magnitude * setup.slack > kFraction) {
-      return DarkenedChroma(value, setup.Factor(columns.dx[column], dy));
-    }
-    const int whole = product >> kFactorBits;
-    return static_cast<std::uint8_t>(value < 128 ? 127 - whole : 128 + whole);
-  } else {
-    const int product = value * factor;
-    if ((product & kFraction) + value * setup.slack > kFraction) {
-      return Darkened(value, setup.Factor(columns.dx[column], dy));
-    }
-    return static_cast<std::uint8_t>(product >> kFactorBits);
-  }
-}
-
-#if HWY_TARGET != HWY_SCALAR
-
-/// Products of 16-bit lanes c with W, the high 16 bits of f: c W / 2^16 is never too large, and too small by less than
-/// c (63 + slack) / 2^22. Where so much would reach the next whole number, Over() is not 0.
+/// Products of 16-bit lanes c with a weight, and with a number that 2^16 f does not reach. Where both have
+/// the same whole part, that is the one of c f. As f is below 1 it does not reach 65535 / 65536 c + 1 either.
 template <class D>
 class CoarseProducts {
 public:
   HWY_INLINE explicit CoarseProducts(const VignetteSetup& setup)
-      : limit_(hn::Set(D(), static_cast<std::uint16_t>(65536 - (255 * (63 + setup.slack) + 63) / 64))) {}
+      : room_(hn::Set(D(), static_cast<std::uint16_t>(setup.room))) {}
 
-  static HWY_INLINE hn::Vec<D> Whole(hn::Vec<D> c, hn::Vec<D> weight) { return hn::MulHigh(c, weight); }
-  HWY_INLINE hn::Vec<D> Over(hn::Vec<D> c, hn::Vec<D> weight) const { return hn::SaturatedSub(hn::Mul(c, weight), limit_); }
+  static HWY_INLINE hn::Vec<D> Least(hn::Vec<D> c, hn::Vec<D> weight) { return hn::MulHigh(c, weight); }
+  HWY_INLINE hn::Vec<D> Most(hn::Vec<D> c, hn::Vec<D> weight) const {
+    return hn::MulHigh(c, hn::SaturatedAdd(weight, room_));
+  }
 
 private:
-  hn::Vec<D> limit_;
+  hn::Vec<D> room_;
 };
 
 /// Makes kStep bytes; answers which of them are not settled: bit n stands for the byte ByteOf(n).
@@ -374,44 +316,63 @@ public:
 
   HWY_INLINE explicit ShadeLanes(const VignetteSetup& setup) : products_(setup) {}
 
-  static HWY_INLINE const std::uint16_t* WeightsOf(VignetteColumns& columns) {
-    return kShade == Shade::kChroma ? columns.even : columns.Coarse();
-  }
-
   /// Packing goes by blocks of 16 bytes: eight of the first half, eight of the second.
   static HWY_INLINE int ByteOf(int bit) { return (bit & 7) + (bit >> 4) * 8 + (bit & 8 ? kLanes : 0); }
 
   HWY_INLINE std::uint64_t Make(const std::uint8_t* in, std::uint8_t* out, const std::uint16_t* weights, int at) const {
     const Bytes d8;
-    const auto first = Half(in + at, out + at, weights + at);
-    const auto second = Half(in + at + kLanes, out + at + kLanes, weights + at + kLanes);
-    const auto over = PackBlocks(hn::BitCast(Words(), first), hn::BitCast(Words(), second));
-    return MaskBits(d8, hn::Ne(over, hn::Zero(d8)));
+    const D d;
+    const hn::Rebind<std::uint8_t, D> half;
+    const auto first = hn::PromoteTo(d, hn::LoadU(half, in + at));
+    const auto second = hn::PromoteTo(d, hn::LoadU(half, in + at + kLanes));
+    const auto firstWeight = hn::LoadU(d, weights + at);
+    const auto secondWeight = hn::LoadU(d, weights + at + kLanes);
+    ByteVector least;
+    ByteVector most;
+    if constexpr (kShade == Shade::kLuma) {
+      least = Pack(products_.Least(first, firstWeight), products_.Least(second, secondWeight));
+      most = Pack(products_.Most(first, firstWeight), products_.Most(second, secondWeight));
+    } else {
+      const auto firstSize = FromMiddle(first);
+      const auto secondSize = FromMiddle(second);
+      least = Pack(products_.Least(firstSize, firstWeight), products_.Least(secondSize, secondWeight));
+      most = Pack(products_.Most(firstSize, firstWeight), products_.Most(secondSize, secondWeight));
+    }
+    const auto unsettled = hn::Ne(least, most);
+    if constexpr (kShade == Shade::kChroma) {
+      // With m = |c - 128|: 128 + floor(m f) on one side, 128 - ceil(m f) = 127 - floor(m f) on the other, where m f is
+      // not whole because it is above its estimate.
+      const auto sides = hn::BroadcastSignBit(hn::BitCast(SignedBytes(), Pack(first, second)));
+      least = hn::Xor(least, hn::Xor(hn::BitCast(d8, sides), hn::Set(d8, 127)));
+    }
+    hn::StoreU(InOrder(least), d8, out + at);
+    return MaskBits(d8, unsettled);
   }
 
 private:
-  HWY_INLINE hn::Vec<D> Half(const std::uint8_t* in, std::uint8_t* out, const std::uint16_t* weights) const {
-    const D d;
-    const hn::Rebind<std::uint8_t, D> d8;
-    const hn::RebindToSigned<D> ds;
-    const auto weight = hn::LoadU(d, weights);
-    const auto value = hn::PromoteTo(d, hn::LoadU(d8, in));
-    if constexpr (kShade == Shade::kLuma) {
-      hn::StoreU(hn::DemoteTo(d8, hn::BitCast(ds, products_.Whole(value, weight))), d8, out);
-      return products_.Over(value, weight);
-    } else {
-      // With m = |c - 128|: 128 + floor(m f) on one side, 128 - ceil(m f) = 127 - floor(m f) on the other, where m f is
-      // not whole because it is above its estimate.
-      const auto middle = hn::Set(ds, 128);
-      const auto apart = hn::Sub(hn::BitCast(ds, value), middle);
-      const auto magnitude = hn::BitCast(d, hn::Abs(apart));
-      const auto whole = hn::BitCast(ds, products_.Whole(magnitude, weight));
-      hn::StoreU(hn::DemoteTo(d8, hn::Add(middle, hn::Xor(whole, hn::ShiftRight<15>(apart)))), d8, out);
-      return products_.Over(magnitude, weight);
-    }
+  static HWY_INLINE hn::Vec<D> FromMiddle(hn::Vec<D> value) {
+    const hn::RebindToSigned<D> d;
+    return hn::BitCast(D(), hn::Abs(hn::Sub(hn::BitCast(d, value), hn::Set(d, 128))));
+  }
+
+  static HWY_INLINE ByteVector Pack(hn::Vec<D> first, hn::Vec<D> second) {
+    return PackBlocks(hn::BitCast(Words(), first), hn::BitCast(Words(), second));
+  }
+
+  /// Undoes what packing does to the order.
+  HWY_INLINE ByteVector InOrder(ByteVector packed) const {
+    return hn::BitCast(Bytes(), hn::TableLookupLanes(hn::BitCast(Dwords(), packed), order_));
+  }
+
+  static HWY_INLINE auto Order() {
+    alignas(64) std::int32_t index[HWY_MAX_BYTES / 4];
+    const auto half = static_cast<std::int32_t>(hn::MaxLanes(Dwords())) / 2;
+    for (std::int32_t k = 0; k < 2 * half; ++k) index[k] = k % half / 2 * 4 + k / half * 2 + k % 2;
+    return hn::SetTableIndices(Dwords(), index);
   }
 
   CoarseProducts<D> products_;
+  decltype(Order()) order_ = Order();
 };
 
 template <>
@@ -421,28 +382,27 @@ public:
 
   HWY_INLINE explicit ShadeLanes(const VignetteSetup& setup) : products_(setup) {}
 
-  static HWY_INLINE const std::uint32_t* WeightsOf(VignetteColumns& columns) { return columns.Factors(); }
   static HWY_INLINE int ByteOf(int bit) { return bit; }
 
-  HWY_INLINE std::uint64_t Make(const std::uint8_t* in, std::uint8_t* out, const std::uint32_t* weights, int at) const {
-    // The high halves of two pixels' factors, for three words each.
-    alignas(16) static constexpr std::uint8_t kLow[16] = {2, 3, 2, 3, 2, 3, 128, 128, 6, 7, 6, 7, 6, 7, 128, 128};
-    alignas(16) static constexpr std::uint8_t kHigh[16] = {10, 11, 10, 11, 10, 11, 128, 128,
-                                                           14, 15, 14, 15, 14, 15, 128, 128};
+  HWY_INLINE std::uint64_t Make(const std::uint8_t* in, std::uint8_t* out, const std::uint16_t* weights, int at) const {
+    // Two pixels' weights, for three words each.
+    alignas(16) static constexpr std::uint8_t kLow[16] = {0, 1, 0, 1, 0, 1, 128, 128, 4, 5, 4, 5, 4, 5, 128, 128};
+    alignas(16) static constexpr std::uint8_t kHigh[16] = {8, 9, 8, 9, 8, 9, 128, 128, 12, 13, 12, 13, 12, 13, 128, 128};
     const Bytes d8;
     const UnsignedWords d16;
     const UnsignedDwords d32;
     const auto pixels = hn::LoadU(d8, in + at);
-    const auto weight = hn::BitCast(d8, hn::LoadU(d32, weights + (at >> 2)));
+    const auto weight =
+        hn::BitCast(d8, hn::PromoteTo(d32, hn::LoadU(hn::Rebind<std::uint16_t, UnsignedDwords>(), weights + (at >> 2))));
     const auto low = hn::BitCast(d16, hn::InterleaveLower(d8, pixels, hn::Zero(d8)));
     const auto high = hn::BitCast(d16, hn::InterleaveUpper(d8, pixels, hn::Zero(d8)));
     const auto weightLow = hn::BitCast(d16, hn::TableLookupBytesOr0(weight, Repeat16(kLow)));
     const auto weightHigh = hn::BitCast(d16, hn::TableLookupBytesOr0(weight, Repeat16(kHigh)));
-    const auto colours = Pack(products_.Whole(low, weightLow), products_.Whole(high, weightHigh));
+    const auto least = Pack(products_.Least(low, weightLow), products_.Least(high, weightHigh));
+    const auto most = Pack(products_.Most(low, weightLow), products_.Most(high, weightHigh));
     const auto alpha = hn::BitCast(d8, hn::Set(d32, 0xFF000000U));
-    hn::StoreU(hn::OrAnd(colours, pixels, alpha), d8, out + at);
-    const auto over = Pack(products_.Over(low, weightLow), products_.Over(high, weightHigh));
-    return MaskBits(d8, hn::Ne(over, hn::Zero(d8)));
+    hn::StoreU(hn::OrAnd(least, pixels, alpha), d8, out + at);
+    return MaskBits(d8, hn::Ne(least, most));
   }
 
 private:
@@ -463,7 +423,6 @@ public:
 
   HWY_INLINE explicit ShadeLanes(const VignetteSetup& setup) : products_(setup) {}
 
-  static HWY_INLINE const std::uint16_t* WeightsOf(VignetteColumns& columns) { return columns.Coarse(); }
   static HWY_INLINE int ByteOf(int bit) { return bit; }
 
   HWY_INLINE std::uint64_t Make(const std::uint8_t* in, std::uint8_t* out, const std::uint16_t* weights, int at) const {
@@ -480,8 +439,9 @@ public:
     const auto weight =
         hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(spreadBytes, hn::LoadDup128(d, weights + pixel)), spread));
     const auto value = hn::PromoteTo(d, hn::LoadU(d8, in + at));
-    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(ds, products_.Whole(value, weight))), d8, out + at);
-    return MaskBits(d, hn::Ne(products_.Over(value, weight), hn::Zero(d)));
+    const auto least = products_.Least(value, weight);
+    hn::StoreU(hn::DemoteTo(d8, hn::BitCast(ds, least)), d8, out + at);
+    return MaskBits(d, hn::Ne(least, products_.Most(value, weight)));
   }
 
 private:
@@ -504,28 +464,39 @@ struct UnsettledSteps {
 };
 #endif  // not scalar
 
-/// The ring's columns begin .. end - 1 of one plane. `in` and `out` are those of the piece's first column.
+/// The ring's columns begin .. end - 1 of one plane. `in` and `out` are those of the piece's first column. A function of
+/// its own, so that the constants of its loop stay in registers.
 template <Shade kShade>
-HWY_INLINE void ShadeRing(const VignetteSetup& setup, VignetteColumns& columns, double dy, const std::uint8_t* in,
-                          std::uint8_t* out, int begin, int end) {
+HWY_NOINLINE void ShadeRing(const VignetteSetup& setup, VignetteColumns& columns, double dy, const std::uint8_t* in,
+                            std::uint8_t* out, int begin, int end) {
   constexpr int kBytes = BytesOf(kShade);
   constexpr int kStride = kShade == Shade::kChroma ? 2 : 1;
   if (begin >= end) return;
-  if (!setup.vectors) {
-    for (int i = begin; i < end; ++i) {
-      ShadePixel<kShade>(in + i * kBytes, out + i * kBytes, setup.Factor(columns.dx[i * kStride], dy));
-    }
-    return;
-  }
 #if HWY_TARGET != HWY_SCALAR
-  using Lanes = ShadeLanes<kShade>;
-  constexpr int kStep = Lanes::kStep;
-  const int first = begin * kBytes;
-  const int past = end * kBytes;
-  if (past - first >= kStep) {
+  if (setup.vectors) {
+    using Lanes = ShadeLanes<kShade>;
+    constexpr int kStep = Lanes::kStep;
     const Lanes lanes(setup);
-    const auto* weights = Lanes::WeightsOf(columns);
-    int at = first;
+    const std::uint16_t* weights = kShade == Shade::kChroma ? columns.even : columns.Weights();
+    const int past = end * kBytes;
+    int at = begin * kBytes;
+    const auto settle = [&](int step, std::uint64_t unsettled) {
+      for (; unsettled != 0; unsettled &= unsettled - 1) {
+        const int byte = step + Lanes::ByteOf(__builtin_ctzll(unsettled));
+        const int column = static_cast<int>(static_cast<unsigned>(byte) / kBytes) * kStride;
+        const double factor = setup.Factor(columns.dx[column], dy);
+        out[byte] = kShade == Shade::kChroma ? DarkenedChroma(in[byte], factor) : Darkened(in[byte], factor);
+      }
+    };
+    if (past - at < kStep) {
+      // Filled up with bytes that are settled whatever their weights.
+      std::uint8_t bytes[kStep];
+      std::memset(bytes, kShade == Shade::kChroma ? 128 : 0, kStep);
+      std::memcpy(bytes, in + at, static_cast<std::size_t>(past - at));
+      const std::uint64_t unsettled = lanes.Make(bytes, bytes, weights + begin, 0);
+      std::memcpy(out + at, bytes, static_cast<std::size_t>(past - at));
+      return settle(at, unsettled);
+    }
     while (at < past) {
       UnsettledSteps unsettled;
       const int stop = std::min(past, at + static_cast<int>(UnsettledSteps::kRoom) * kStep);
@@ -536,22 +507,13 @@ HWY_INLINE void ShadeRing(const VignetteSetup& setup, VignetteColumns& columns, 
         unsettled.Note(at, lanes.Make(in, out, weights, at));
         at = past;
       }
-      for (std::size_t k = 0; k < unsettled.count; ++k) {
-        for (std::uint64_t left = unsettled.bits[k]; left != 0; left &= left - 1) {
-          const int byte = unsettled.at[k] + Lanes::ByteOf(__builtin_ctzll(left));
-          const int column = static_cast<int>(static_cast<unsigned>(byte) / kBytes) * kStride;
-          out[byte] = DecideByte<kShade>(setup, columns, dy, column, in[byte]);
-        }
-      }
+      for (std::size_t k = 0; k < unsettled.count; ++k) settle(unsettled.at[k], unsettled.bits[k]);
     }
     return;
   }
 #endif
   for (int i = begin; i < end; ++i) {
-    for (int c = 0; c < std::min(kBytes, 3); ++c) {
-      out[i * kBytes + c] = DecideByte<kShade>(setup, columns, dy, i * kStride, in[i * kBytes + c]);
-    }
-    if constexpr (kShade == Shade::kPacked4) out[i * kBytes + 3] = in[i * kBytes + 3];
+    ShadePixel<kShade>(in + i * kBytes, out + i * kBytes, setup.Factor(columns.dx[i * kStride], dy));
   }
 }
 
@@ -581,40 +543,26 @@ HWY_INLINE void PlainPixels(const std::uint8_t* in, std::uint8_t* out, int begin
   }
 }
 
-/// Finds the spans of a row and computes the factors of its ring.
+/// Finds the spans of a row and computes the weights of its ring.
 template <bool kSquared>
-HWY_INLINE RowSpans PrepareRow(const VignetteSetup& setup, VignetteColumns& columns, double dy) {
-  // Below 1 / 256 every product is 0; chroma, which turns into 127 or 128, needs a smaller f and looks closer beyond.
-  const bool planar = setup.layout == Layout::kPlanar || setup.layout == Layout::kPlanarAlpha;
-  const double least = planar ? 0x1p-14 : 0x1p-8;
-  RowSpans spans;
-  spans.visible = ColumnsOfAtLeast(setup, columns, dy, least, setup.RadiusOf(least));
-  const Span whole = ColumnsOfAtLeast(setup, columns, dy, 1.0, setup.innerRadius);
-  const int axis = columns.mirror < 0 ? spans.visible.end : (columns.mirror + 1) / 2;
-  const int parting = std::clamp(axis, spans.visible.begin, spans.visible.end);
-  spans.unchanged = whole.begin < whole.end ? whole : Span{parting, parting};
-  spans.faint = spans.unchanged;
-  if constexpr (kSquared) {
-    const Span faint = ColumnsOfAtLeast(setup, columns, dy, 1 - 0x1p-8, setup.RadiusOf(1 - 0x1p-8));
-    if (faint.begin < faint.end) {
-      const bool hollow = spans.unchanged.begin == spans.unchanged.end;
-      spans.faint = faint;
-      if (hollow)
-        spans.unchanged = {std::clamp(parting, faint.begin, faint.end), std::clamp(parting, faint.begin, faint.end)};
-    }
-  }
+HWY_INLINE RingSpans PrepareRow(const VignetteSetup& setup, VignetteColumns& columns, double dy) {
+  const int axis = columns.mirror < 0 ? columns.count : (columns.mirror + 1) / 2;
+  const RingSpans spans = columns.distances.Spans(setup.limits, dy * dy, axis);
+#if HWY_TARGET != HWY_SCALAR
   if (setup.vectors) {
-    ComputeFactors<kSquared>(setup, columns, dy, {spans.visible.begin, spans.faint.begin},
+    ComputeWeights<kSquared>(setup, columns, dy, {spans.visible.begin, spans.faint.begin},
                              {spans.faint.end, spans.visible.end});
   }
+#endif
   return spans;
 }
 
 template <Shade kShade>
-HWY_INLINE void ShadeRow(const VignetteSetup& setup, VignetteColumns& columns, const RowSpans& spans, double dy,
+HWY_INLINE void ShadeRow(const VignetteSetup& setup, VignetteColumns& columns, const RingSpans& spans, double dy,
                          const std::uint8_t* in, std::uint8_t* out) {
   constexpr int kBytes = BytesOf(kShade);
   const auto fill = [&](int begin, int end) HWY_ATTR {
+    if (begin >= end) return;
     if constexpr (kShade == Shade::kPacked4) {
       PlainPixels<false>(in, out, begin, end);
     } else {
@@ -624,58 +572,65 @@ HWY_INLINE void ShadeRow(const VignetteSetup& setup, VignetteColumns& columns, c
   fill(0, spans.visible.begin);
   ShadeRing<kShade>(setup, columns, dy, in, out, spans.visible.begin, spans.faint.begin);
   if constexpr (kShade == Shade::kPacked4) PlainPixels<true>(in, out, spans.faint.begin, spans.unchanged.begin);
-  std::memcpy(out + spans.unchanged.begin * kBytes, in + spans.unchanged.begin * kBytes,
-              static_cast<std::size_t>(spans.unchanged.end - spans.unchanged.begin) * kBytes);
+  if (spans.unchanged.begin < spans.unchanged.end)
+    std::memcpy(out + spans.unchanged.begin * kBytes, in + spans.unchanged.begin * kBytes,
+                static_cast<std::size_t>(spans.unchanged.end - spans.unchanged.begin) * kBytes);
   if constexpr (kShade == Shade::kPacked4) PlainPixels<true>(in, out, spans.unchanged.end, spans.faint.end);
   ShadeRing<kShade>(setup, columns, dy, in, out, spans.faint.end, spans.visible.end);
   fill(spans.visible.end, columns.count);
 }
 
 /// Both chroma rows of a luma row, whose even columns give the factors.
-HWY_INLINE void ShadeChroma(const VignetteSetup& setup, VignetteColumns& columns, const RowSpans& spans, double dy,
+HWY_INLINE void ShadeChroma(const VignetteSetup& setup, VignetteColumns& columns, const RingSpans& spans, double dy,
                             const std::uint8_t* const (&in)[2], std::uint8_t* const (&out)[2]) {
   const int count = (columns.count + 1) / 2;
   const auto half = [](int column) { return (column + 1) / 2; };
-  int begin = half(spans.visible.begin);
-  int end = half(spans.visible.end);
-  const int holeBegin = half(spans.unchanged.begin);
-  const int holeEnd = half(spans.unchanged.end);
+  const int begin = half(spans.visible.begin);
+  const int end = half(spans.visible.end);
+  const Span close = columns.distances.Within(setup.nearOne, dy * dy);
+  const Span nearOne = close.begin < close.end ? close : spans.unchanged;
+  const int nearBegin = half(nearOne.begin);
+  const int nearEnd = half(nearOne.end);
+  const int holeBegin = std::clamp(half(spans.unchanged.begin), nearBegin, nearEnd);
+  const int holeEnd = std::clamp(half(spans.unchanged.end), nearBegin, nearEnd);
 #if HWY_TARGET != HWY_SCALAR
   if (setup.vectors) {
-    const Dwords di;
-    const hn::Rebind<std::uint16_t, Dwords> d16;
-    constexpr int kLanes = static_cast<int>(hn::MaxLanes(Dwords()));
+    const UnsignedWords d;
+    constexpr int kLanes = static_cast<int>(hn::MaxLanes(UnsignedWords()));
     const auto gather = [&](int from, int past) HWY_ATTR {
       for (int i = from; i < past; i += kLanes) {
-        const auto pairs = hn::LoadU(hn::Repartition<std::uint16_t, Dwords>(), columns.Coarse() + 2 * i);
-        hn::StoreU(hn::DemoteTo(d16, hn::And(hn::BitCast(di, pairs), hn::Set(di, 0xFFFF))), d16, columns.even + i);
+        const std::uint16_t* pairs = columns.Weights() + 2 * i;
+        hn::StoreU(hn::ConcatEven(d, hn::LoadU(d, pairs + kLanes), hn::LoadU(d, pairs)), d, columns.even + i);
       }
     };
-    gather(begin, holeBegin);
-    gather(holeEnd, end);
+    gather(begin, nearBegin);
+    gather(nearEnd, end);
   }
 #endif
   for (int p = 0; p < 2; ++p) {
-    ShadeRing<Shade::kChroma>(setup, columns, dy, in[p], out[p], begin, holeBegin);
+    ShadeRing<Shade::kChroma>(setup, columns, dy, in[p], out[p], begin, nearBegin);
     std::memcpy(out[p] + holeBegin, in[p] + holeBegin, static_cast<std::size_t>(holeEnd - holeBegin));
-    ShadeRing<Shade::kChroma>(setup, columns, dy, in[p], out[p], holeEnd, end);
+    ShadeRing<Shade::kChroma>(setup, columns, dy, in[p], out[p], nearEnd, end);
   }
-  // Where a factor is nearly 0 but not quite, only the exact formula tells 127 from 128.
-  const auto exact = [&](int i) {
-    const double factor = setup.Factor(columns.dx[2 * i], dy);
-    if (factor == 0.0) return false;
-    for (int p = 0; p < 2; ++p) out[p][i] = DarkenedChroma(in[p][i], factor);
-    return true;
+  // Where a factor is nearly 0 but not quite, only the exact formula tells 127 from 128. Where it is nearly 1, adding 128
+  // rounds some products to the unchanged value.
+  const auto exact = [&](int from, int past) {
+    for (int i = from; i < past; ++i) {
+      const double factor = setup.Factor(columns.dx[2 * i], dy);
+      for (int p = 0; p < 2; ++p) out[p][i] = DarkenedChroma(in[p][i], factor);
+    }
   };
-  if (begin >= end) {
-    const Span some = ColumnsOfAtLeast(setup, columns, dy, std::numeric_limits<double>::denorm_min(), setup.outerRadius);
-    begin = end = half(some.begin);
-  }
-  while (begin > 0 && exact(begin - 1)) --begin;
-  while (end < count && exact(end)) ++end;
+  const Span any = columns.distances.Within(setup.any, dy * dy);
+  const int anyBegin = half(any.begin);
+  const int anyEnd = half(any.end);
+  const bool black = begin >= end;
+  exact(anyBegin, black ? anyEnd : begin);
+  exact(black ? anyEnd : end, anyEnd);
+  exact(nearBegin, holeBegin);
+  exact(holeEnd, nearEnd);
   for (int p = 0; p < 2; ++p) {
-    std::memset(out[p], 128, static_cast<std::size_t>(begin));
-    std::memset(out[p] + end, 128, static_cast<std::size_t>(count - end));
+    std::memset(out[p], 128, static_cast<std::size_t>(anyBegin));
+    std::memset(out[p] + anyEnd, 128, static_cast<std::size_t>(count - anyEnd));
   }
 }
 
@@ -704,7 +659,7 @@ void ShadePacked(const VignetteSetup& setup, VignetteColumns& columns, Plane to,
         continue;
       }
       const std::ptrdiff_t at = std::ptrdiff_t{x} * kBytes;
-      const RowSpans spans = PrepareRow<kShade == Shade::kPacked4>(setup, columns, dy);
+      const RingSpans spans = PrepareRow<kShade == Shade::kPacked4>(setup, columns, dy);
       ShadeRow<kShade>(setup, columns, spans, dy, from.Row(y) + at, to.Row(y) + at);
     }
     if (!setup.tame) return;
@@ -727,7 +682,7 @@ void ShadePlanar(const VignetteSetup& setup, VignetteColumns& columns, AVFrame& 
         }
         return;
       }
-      const RowSpans spans = PrepareRow<false>(setup, columns, dy);
+      const RingSpans spans = PrepareRow<false>(setup, columns, dy);
       ShadeRow<Shade::kLuma>(setup, columns, spans, dy, PlaneOf(src, 0).Row(row.y) + x, PlaneOf(dst, 0).Row(row.y) + x);
       if (!row.withChroma) return;
       const int half = x / 2;
