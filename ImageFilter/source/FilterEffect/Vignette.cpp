@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -26,6 +27,7 @@
 #include "FilterEffect/common/Frame.h"
 #include "FilterEffect/common/PlanarRows.h"
 #include "FilterEffect/common/RingSpans.h"
+#include "FilterEffect/common/RunningSum-inl.h"
 #include "FilterEffect/common/VectorOps-inl.h"
 
 #ifndef NORIX_VIGNETTE_SETUP
@@ -177,7 +179,7 @@ struct VignetteColumns {
   /// Takes the next columns; `next` is the running sum.
   void Take(const VignetteSetup& setup, int begin, double& next) {
     count = std::min(kVignettePiece, setup.width - begin);
-    for (int i = 0; i < count; ++i, next += setup.columnStep) dx[i] = next;
+    next = FillRunningSum(next, setup.columnStep, static_cast<std::size_t>(count), dx);
     for (int i = 0; i < count; ++i) narrowDx[i] = static_cast<float>(dx[i]);
     std::fill(narrowDx + count, narrowDx + count + kVignetteSpare, 0.0F);
     mirror = setup.mirror < 0 ? -1 : setup.mirror - 2 * begin;

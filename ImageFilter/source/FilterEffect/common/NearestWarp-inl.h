@@ -30,13 +30,20 @@
 
 #include "FilterEffect/common/DelayedSamples-inl.h"
 #include "FilterEffect/common/NearestWarp.h"
+#include "FilterEffect/common/RunningSum-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace norix::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-constexpr int kWarpStrip = 128;  // columns on one side; even
+constexpr int kWarpStrip = 128;  // columns on one side, at most
 constexpr int kWarpRoom = kWarpStrip + kStripPad;
+
+/// The width of strips that are about equally wide: a narrow one costs as much in every row as a wide one.
+inline int StripFor(int columns) {
+  const int strips = (columns + kWarpStrip - 1) / kWarpStrip;
+  return (columns + strips * kStripPad - 1) / (strips * kStripPad) * kStripPad;
+}
 
 // Added to a number below 2^22, leaves it rounded to a whole one in the low bits of the sum: 1.5 * 2^23.
 constexpr float kRoundToBits = 12582912.0F;
@@ -516,20 +523,22 @@ void WarpPlane(const WarpCircle& circle, const WarpEstimate& estimate, const War
     // In even widths the middle column stands at the head of both sides.
     const int rightFirst = (grid.width + 1) / 2;
     const int leftFirst = grid.width - rightFirst;
-    for (int i = 0; i <= leftFirst; i += kWarpStrip) {
-      const int rightCount = std::clamp(grid.width - rightFirst - i, 0, kWarpStrip);
-      const int leftCount = std::clamp(leftFirst + 1 - i, 0, kWarpStrip);
+    const int strip = StripFor(leftFirst + 1);
+    for (int i = 0; i <= leftFirst; i += strip) {
+      const int rightCount = std::clamp(grid.width - rightFirst - i, 0, strip);
+      const int leftCount = std::clamp(leftFirst + 1 - i, 0, strip);
       pass.Begin(places + (rightFirst + i) * grid.columnStep, rightFirst + i, rightCount,
                  places + (leftFirst - i) * grid.columnStep, leftFirst - i, leftCount);
       renderStrip();
     }
   } else {
     const double step = 1.0 / picture.width;
+    const int widest = StripFor(grid.width);
     double strip[2 * kWarpStrip];
     double u = 0.0;
-    for (int x = 0; x < grid.width; x += kWarpStrip) {
-      const int count = std::min(kWarpStrip, grid.width - x);
-      for (int i = 0; i < count * grid.columnStep; ++i, u += step) strip[i] = u;
+    for (int x = 0; x < grid.width; x += widest) {
+      const int count = std::min(widest, grid.width - x);
+      u = FillRunningSum(u, step, static_cast<std::size_t>(count) * static_cast<std::size_t>(grid.columnStep), strip);
       pass.Begin(strip, x, count, nullptr, 0, 0);
       renderStrip();
     }
@@ -541,8 +550,7 @@ void WarpPlanes(const WarpCircle& circle, const WarpEstimate& estimate, const Wa
   HWY_ALIGN double places[kMirrored ? kWidestMirrored : 1];
   if (kMirrored) {
     const double step = 1.0 / picture.width;
-    double u = 0.0;
-    for (int x = 0; x < picture.width; ++x, u += step) places[x] = u;
+    FillRunningSum(0.0, step, static_cast<std::size_t>(picture.width), places);
   }
   WarpGrid luma{picture.width, picture.height, 1, picture.src[0], picture.dst[0]};
   if constexpr (kBytes == 1) {
