@@ -100,7 +100,7 @@ TEST(EmbossTest, EveryWidthUpToAFewVectors) {
 TEST(EmbossTest, WidthsAroundStrips) {
   EffectComparison emboss("Emboss");
   Random random(4);
-  for (const int strip : {96, 128, 192, 256, 384, 768})
+  for (const int strip : {96, 128, 192, 256, 384, 512, 768})
     for (int width = strip - 4; width <= strip + 13; ++width)
       for (const int format : kPainted)
         for (const Paint paint : {Paint::kNearlyFlat, Paint::kTwoPeriodic}) {
@@ -131,6 +131,22 @@ TEST(EmbossTest, AmountsOnBorders) {
   }
 }
 
+// Noise between rows of patterns: tiles turn to double lanes at any of their rows, up to the last, and strips do so alone.
+TEST(EmbossTest, TilesThatTurnDense) {
+  EffectComparison emboss("Emboss");
+  Random random(7);
+  for (int turn = 0; turn <= 68; ++turn)
+    for (const int format : {kBgra, kRgb24}) {
+      emboss.SetFields({turn % 2 == 0 ? 0.6 : 0.37});
+      Picture source({format, random.Between(250, 300), 70, {}, {}}, random.Next());
+      const int from = random.Between(0, source.RowBytes(0) - 1);
+      for (int row = turn; row < source.Rows(0); ++row)
+        for (int at = from; at < source.RowBytes(0); ++at)
+          source.At(0, row, at) = static_cast<std::uint8_t>(Value(Paint::kTwoPeriodic, row, at, 90, random));
+      ASSERT_TRUE(emboss.Agrees(source)) << "from row " << turn;
+    }
+}
+
 TEST(EmbossTest, PlanesAtTheEndOfMemory) {
   EffectComparison emboss("Emboss");
   Random random(6);
@@ -139,8 +155,16 @@ TEST(EmbossTest, PlanesAtTheEndOfMemory) {
       for (int width = 1; width <= 300; width += width < 40 ? 1 : 37) {
         emboss.SetFields({amount});
         Picture source({format, width, 5, {}, {}}, random.Next());
-        if (random.OneIn(2))
-          for (int plane = 0; plane < source.PlaneCount(); ++plane) source.Fill(plane, 90);
+        switch (random.Between(0, 2)) {
+          case 0:
+            for (int plane = 0; plane < source.PlaneCount(); ++plane) source.Fill(plane, 90);
+            break;
+          case 1:
+            Fill(source, Paint::kTwoPeriodic, random);
+            break;
+          default:
+            break;
+        }
         ASSERT_TRUE(emboss.AgreesBesidePages(source, Guard::kBehind));
       }
 }

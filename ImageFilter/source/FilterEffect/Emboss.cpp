@@ -12,7 +12,8 @@
 //   - in packed pictures, where all seven samples are equal (D = 0, most doubtful samples of real pictures), the sum is one
 //     of 256, and a bit for each says whether the level is lost;
 //   - elsewhere in double lanes: the places in doubt are collected without branches and summed afterwards. Where they are
-//     most of a strip, as in patterns, the following rows are summed in double lanes altogether.
+//     many, as in patterns or with amounts that often meet whole numbers, the rows of a packed picture's tile are summed in
+//     double lanes altogether.
 // With `amount` a multiple of 2^-14 every sum is exact and nothing is in doubt.
 
 #undef HWY_TARGET_INCLUDE
@@ -25,7 +26,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
+#include <cstring>
 
 #include "FilterEffect/Effects.h"
 #include "FilterEffect/common/ExactInt.h"
@@ -104,79 +105,58 @@ using DoubleVector = hn::Vec<Doubles>;
 using IntsOfDoubles = hn::Rebind<std::int32_t, Doubles>;
 using BytesOfDoubles = hn::Rebind<std::uint8_t, Doubles>;
 
-HWY_INLINE DoubleVector LoadAsDoubles(const std::uint8_t* p) {
-  return hn::PromoteTo(Doubles(), hn::PromoteTo(IntsOfDoubles(), hn::LoadU(BytesOfDoubles(), p)));
+HWY_INLINE DoubleVector Weighed(const std::uint8_t* p, DoubleVector weight) {
+  const auto samples = hn::PromoteTo(Doubles(), hn::PromoteTo(IntsOfDoubles(), hn::LoadU(BytesOfDoubles(), p)));
+  return hn::Mul(samples, weight);
 }
+
+/// As many samples as there are double lanes: EmbossSample with opposite weights taken together, which rounds alike.
+template <int kStep>
+struct EmbossSums {
+  DoubleVector corner;
+  DoubleVector side;
+  DoubleVector centre;
+  DoubleVector low;
+  DoubleVector high;
+  DoubleVector half;
+  DoubleVector divisor;
+  bool divide;
+
+  explicit HWY_INLINE EmbossSums(const EmbossSetup& s)
+      : corner(hn::Set(Doubles(), s.downRight)),
+        side(hn::Set(Doubles(), s.right)),
+        centre(hn::Set(Doubles(), s.centre)),
+        low(hn::Set(Doubles(), s.low)),
+        high(hn::Set(Doubles(), s.high)),
+        half(hn::Set(Doubles(), s.half)),
+        divisor(hn::Set(Doubles(), s.divisor)),
+        divide(s.divide) {}
+
+  /// `step` 0: all seven samples are the same one. A packed picture's sum is limited when it becomes a byte.
+  HWY_INLINE DoubleVector operator()(const EmbossRows& rows, std::ptrdiff_t i, std::ptrdiff_t step) const {
+    auto above = hn::Add(Weighed(rows.up + i - step, corner), Weighed(rows.up + i, side));
+    above = hn::Add(above, Weighed(rows.here + i - step, side));
+    auto v = hn::Add(hn::Sub(Weighed(rows.here + i, centre), above), Weighed(rows.here + i + step, side));
+    v = hn::Add(hn::Add(v, Weighed(rows.down + i, side)), Weighed(rows.down + i + step, corner));
+    if constexpr (kStep == 1) {
+      if (divide) v = hn::Div(v, divisor);
+      v = hn::Add(hn::Min(hn::Max(v, low), high), half);
+    }
+    return v;
+  }
+};
 
 HWY_INLINE void StoreTruncated(DoubleVector v, std::uint8_t* out) {
   hn::StoreU(hn::DemoteTo(BytesOfDoubles(), hn::DemoteTo(IntsOfDoubles(), v)), BytesOfDoubles(), out);
 }
-
-/// As many samples of a planar picture as there are double lanes: the same operations as EmbossSample.
-struct PlanarSums {
-  DoubleVector upLeft, up, left, centre, right, down, downRight, low, high, half, divisor;
-  bool divide;
-
-  explicit HWY_INLINE PlanarSums(const EmbossSetup& s) : divide(s.divide) {
-    const Doubles d;
-    upLeft = hn::Set(d, s.upLeft);
-    up = hn::Set(d, s.up);
-    left = hn::Set(d, s.left);
-    centre = hn::Set(d, s.centre);
-    right = hn::Set(d, s.right);
-    down = hn::Set(d, s.down);
-    downRight = hn::Set(d, s.downRight);
-    low = hn::Set(d, s.low);
-    high = hn::Set(d, s.high);
-    half = hn::Set(d, s.half);
-    divisor = hn::Set(d, s.divisor);
-  }
-
-  HWY_INLINE DoubleVector operator()(const EmbossRows& rows, std::ptrdiff_t i, std::ptrdiff_t step) const {
-    auto v = hn::Mul(LoadAsDoubles(rows.up + i - step), upLeft);
-    v = hn::Add(v, hn::Mul(LoadAsDoubles(rows.up + i), up));
-    v = hn::Add(v, hn::Mul(LoadAsDoubles(rows.here + i - step), left));
-    v = hn::Add(v, hn::Mul(LoadAsDoubles(rows.here + i), centre));
-    v = hn::Add(v, hn::Mul(LoadAsDoubles(rows.here + i + step), right));
-    v = hn::Add(v, hn::Mul(LoadAsDoubles(rows.down + i), down));
-    v = hn::Add(v, hn::Mul(LoadAsDoubles(rows.down + i + step), downRight));
-    if (divide) v = hn::Div(v, divisor);
-    return hn::Add(hn::Min(hn::Max(v, low), high), half);
-  }
-};
-
-/// A packed picture's sum from the products p with `amount`: those with twice the amount and with its opposite are as
-/// exact, and so is a fused product with 2. The sum is limited when it becomes a byte.
-HWY_INLINE DoubleVector PackedSum(DoubleVector p0, DoubleVector p1, DoubleVector p3, DoubleVector s4, DoubleVector p5,
-                                  DoubleVector p7, DoubleVector p8) {
-  const auto two = hn::Set(Doubles(), 2.0);
-  const auto above = hn::Add(hn::MulAdd(p0, two, p1), p3);
-  return hn::MulAdd(p8, two, hn::Add(hn::Add(hn::Sub(s4, above), p5), p7));
-}
-
-/// As many samples of a packed picture as there are double lanes, and their sums.
-struct PackedSums {
-  DoubleVector amount;
-
-  explicit HWY_INLINE PackedSums(const EmbossSetup& s) : amount(hn::Set(Doubles(), s.right)) {}
-
-  HWY_INLINE DoubleVector Sample(const std::uint8_t* p) const { return LoadAsDoubles(p); }
-  HWY_INLINE DoubleVector Product(const std::uint8_t* p) const { return hn::Mul(LoadAsDoubles(p), amount); }
-
-  /// `step` 0: all seven samples are the same one.
-  HWY_INLINE DoubleVector operator()(const EmbossRows& rows, std::ptrdiff_t i, std::ptrdiff_t step) const {
-    return PackedSum(Product(rows.up + i - step), Product(rows.up + i), Product(rows.here + i - step),
-                     Sample(rows.here + i), Product(rows.here + i + step), Product(rows.down + i),
-                     Product(rows.down + i + step));
-  }
-};
 
 /// One bit for each level that a flat area loses, in a square of 16 by 16: a byte for each lower digit of the level has the
 /// bits of eight upper ones.
 struct LostLevels {
   alignas(16) std::uint8_t bits[32] = {};
 
-  void Find(const PackedSums& sums) {
+  template <class Sums>
+  void Find(const Sums& sums) {
     const IntsOfDoubles d;
     std::uint8_t level[256];
     std::int32_t shown[HWY_MAX_BYTES / 8];
@@ -195,10 +175,9 @@ struct LostLevels {
   HWY_INLINE hn::Mask<Bytes> Has(ByteVector level) const {
     alignas(16) static constexpr std::uint8_t kBit[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
     const Bytes d;
-    // An index with the top bit set looks up 0.
-    const auto lower = hn::And(level, hn::Set(d, 0x8F));
-    const auto eight = hn::Or(hn::TableLookupBytesOr0(Repeat16(bits), lower),
-                              hn::TableLookupBytesOr0(Repeat16(bits + 16), hn::Xor(lower, hn::Set(d, 0x80))));
+    // An index with the top bit set looks up 0; the three bits below it do not count.
+    const auto eight = hn::Or(hn::TableLookupBytesOr0(Repeat16(bits), level),
+                              hn::TableLookupBytesOr0(Repeat16(bits + 16), hn::Xor(level, hn::Set(d, 0x80))));
     const auto bit = hn::TableLookupBytes(Repeat16(kBit), hn::ShiftRight<4>(level));
     return hn::Eq(hn::And(eight, bit), bit);
   }
@@ -213,7 +192,7 @@ using GroupPlace = std::uint32_t;
 using Groups = hn::Repartition<GroupPlace, Bytes>;
 constexpr std::ptrdiff_t kGroup = sizeof(GroupPlace);
 constexpr std::ptrdiff_t kEmbossStrip = 768;  // bytes
-constexpr std::int64_t kEmbossTileRows = 16;
+constexpr std::int64_t kEmbossTileRows = 32;
 
 #if HWY_TARGET > HWY_AVX3
 /// For every set of up to eight groups the byte positions of its members.
@@ -256,13 +235,12 @@ struct DoubtfulGroups {
 /// offset is out of doubt.
 template <int kStep>
 struct EmbossLanes {
-  using Sums = std::conditional_t<kStep == 1, PlanarSums, PackedSums>;
-
   FloorMultiply multiply;
   SignedByteVector corner;
   ByteVector lowest;
   ByteVector highest;
-  Sums sums;
+  EmbossSums<kStep> sums;
+  double amount;
   LostLevels lost;
 
   explicit HWY_INLINE EmbossLanes(const EmbossSetup& s)
@@ -270,7 +248,8 @@ struct EmbossLanes {
         corner(PairWeights(4 * s.corner, -4 * s.corner)),
         lowest(hn::Set(Bytes(), static_cast<std::uint8_t>(s.low))),
         highest(hn::Set(Bytes(), static_cast<std::uint8_t>(s.high))),
-        sums(s) {
+        sums(s),
+        amount(s.right) {
     if constexpr (kStep != 1) lost.Find(sums);
     if constexpr (kStep == 4) {
       const Words d;
@@ -320,9 +299,9 @@ HWY_INLINE std::size_t EmbossBlock(const EmbossLanes<kStep>& lanes, const Emboss
   } else {
     const auto flat = hn::And(hn::And(hn::Eq(s0, s4), hn::Eq(s1, s4)),
                               hn::And(hn::And(hn::Eq(s3, s4), hn::Eq(s5, s4)), hn::And(hn::Eq(s7, s4), hn::Eq(s8, s4))));
-    const auto lost = hn::And(hn::VecFromMask(d8, flat), hn::And(doubt, hn::VecFromMask(d8, lanes.lost.Has(s4))));
+    const auto lost = hn::And(doubt, hn::VecFromMask(d8, hn::And(flat, lanes.lost.Has(s4))));
     hn::StoreU(hn::Add(result, lost), d8, out + i);  // `lost` is -1 where a level is lost.
-    doubt = hn::IfThenZeroElse(flat, doubt);
+    doubt = hn::AndNot(hn::VecFromMask(d8, flat), doubt);
   }
   return NoteGroups(hn::Ne(hn::BitCast(Groups(), doubt), hn::Zero(Groups())), i, doubtful);
 }
@@ -343,7 +322,7 @@ HWY_INLINE void EmbossBlocks(const EmbossLanes<kStep>& lanes, const EmbossRows& 
 
 /// The doubtful groups again in double precision.
 template <int kStep>
-HWY_INLINE void SettleGroups(const typename EmbossLanes<kStep>::Sums& sums, const EmbossRows& rows, std::uint8_t* out,
+HWY_INLINE void SettleGroups(const EmbossSums<kStep>& sums, const EmbossRows& rows, std::uint8_t* out,
                              const DoubtfulGroups& doubtful) {
   for (std::size_t k = 0; k < doubtful.count; ++k) {
     const auto first = static_cast<std::ptrdiff_t>(doubtful.places[k]);
@@ -363,93 +342,222 @@ EmbossRows EmbossRowsAt(const EmbossPlaneJob& job, std::int64_t y) {
 }
 
 #if HWY_TARGET != HWY_SCALAR
-using EightBytes = hn::Simd<std::uint8_t, 8, 0>;
-using EightWords = hn::Simd<std::int16_t, 8, 0>;
-constexpr std::ptrdiff_t kEight = 8;
-constexpr std::ptrdiff_t kDenseStrip = 384;  // bytes; their products fit the first-level cache
+/// A packed pixel's samples as doubles: one vector or, with fewer lanes, two.
+using Quads = hn::CappedTag<double, 4>;
+using QuadInts = hn::Rebind<std::int32_t, Quads>;
+using QuadBytes = hn::Repartition<std::uint8_t, Quads>;
+using QuadVector = hn::Vec<Quads>;
+using QuadByteVector = hn::Vec<QuadBytes>;
+using SixteenBytes = hn::FixedTag<std::uint8_t, 16>;
+constexpr std::size_t kQuadLanes = hn::MaxLanes(Quads());
+constexpr std::size_t kParts = 4 / kQuadLanes;
+constexpr std::ptrdiff_t kBlockPixels = 4;
+constexpr std::ptrdiff_t kDensePixels = kEmbossStrip / 3;
+constexpr std::ptrdiff_t kDenseShare = 3;
 
-/// Eight sums, truncated and limited to bytes. `sum(j)` makes those from the j-th on, as many as there are double lanes.
-template <class Sum>
-HWY_INLINE hn::Vec<EightBytes> EightTruncated(const Sum& sum) {
-  const IntsOfDoubles d32;
-  const EightBytes d8;
-  const EightWords d16;
-#if HWY_TARGET <= HWY_AVX3
-  return hn::DemoteTo(d8, hn::DemoteTo(d16, hn::DemoteTo(d32, sum(0))));
-#elif HWY_TARGET <= HWY_AVX2
-  return hn::DemoteTo(d8, hn::ReorderDemote2To(d16, hn::DemoteTo(d32, sum(0)), hn::DemoteTo(d32, sum(4))));
-#else
-  const hn::Twice<IntsOfDoubles> four;
-  const auto low = hn::Combine(four, hn::DemoteTo(d32, sum(2)), hn::DemoteTo(d32, sum(0)));
-  const auto high = hn::Combine(four, hn::DemoteTo(d32, sum(6)), hn::DemoteTo(d32, sum(4)));
-  return hn::DemoteTo(d8, hn::ReorderDemote2To(d16, low, high));
-#endif
-}
+/// Makes the doubles 2^52 + sample of four pixels by a byte shuffle. The pixels lie `step` bytes apart from byte `first` on
+/// in a block, of which two bytes that no sample needs are replaced by those of 2^52.
+struct PixelTable {
+  alignas(32) std::uint8_t places[4][32] = {};
+  alignas(16) std::uint8_t replaced[16] = {};
+  alignas(16) std::uint8_t replacement[16] = {};
 
-/// A strip's samples as doubles and their products with `amount`, with a column more on both sides.
-template <int kStep>
-struct EmbossProducts {
-  alignas(64) double samples[kDenseStrip + 2 * kStep];
-  alignas(64) double products[kDenseStrip + 2 * kStep];
-
-  HWY_INLINE void Fill(const std::uint8_t* in, std::ptrdiff_t bytes, const PackedSums& sums) {
-    const Doubles d;
-    const auto n = static_cast<std::ptrdiff_t>(hn::Lanes(d));
-    const std::ptrdiff_t count = bytes + 2 * kStep;
-    for (std::ptrdiff_t x = 0; x < count; x += n) {
-      x = std::min(x, count - n);
-      const auto sample = sums.Sample(in - kStep + x);
-      const auto product = sums.Product(in - kStep + x);
-      hn::StoreU(sample, d, samples + x);
-      hn::StoreU(product, d, products + x);
+  constexpr PixelTable(int step, int first, int lower, int upper) {
+    for (int pixel = 0; pixel < 4; ++pixel) {
+      for (int i = 0; i < 32; ++i) {
+        int place = 128;
+        if (i % 8 == 0 && i / 8 < 3) place = first + pixel * step + i / 8;
+        if (i % 8 == 6) place = lower;
+        if (i % 8 == 7) place = upper;
+        places[pixel][i] = static_cast<std::uint8_t>(place);
+      }
     }
+    replaced[lower] = 255;
+    replaced[upper] = 255;
+    replacement[lower] = 0x30;
+    replacement[upper] = 0x43;
   }
 };
 
-/// Rows y .. end - 1 of a strip in double lanes, for strips where many groups are in doubt: a product serves three rows.
+/// Where blocks of four pixels are loaded, in bytes from the first pixel's, so that they lie within the row: the block that
+/// starts with the column before the strip, blocks of the strip and the same moved on by a column.
 template <int kStep>
-void EmbossDense(const PackedSums& sums, const EmbossPlaneJob& job, std::int64_t y, std::int64_t end, std::ptrdiff_t first,
-                 std::ptrdiff_t bytes) {
-  const Doubles d;
-  const EightBytes d8;
-  alignas(8) static constexpr std::uint8_t kAlpha[8] = {0, 0, 0, 255, 0, 0, 0, 255};
-  const auto alpha = hn::MaskFromVec(hn::Load(d8, kAlpha));
-  EmbossProducts<kStep> ring[3];
-  const std::int64_t base = y - 1;
-  const auto slot = [&](std::int64_t row) -> EmbossProducts<kStep>& { return ring[(row - base) % 3]; };
-  const auto fill = [&](std::int64_t row) HWY_ATTR { slot(row).Fill(job.from.Row(row) + first, bytes, sums); };
+struct DenseTables {
+  static constexpr PixelTable kFirst{4, 0, 3, 7};
+  static constexpr const PixelTable& kHere = kFirst;
+  static constexpr const PixelTable& kNext = kFirst;
+  static constexpr std::ptrdiff_t kHereAt = 0;
+  static constexpr std::ptrdiff_t kNextAt = 4;
+};
+template <>
+struct DenseTables<3> {
+  static constexpr PixelTable kFirst{3, 0, 12, 13};
+  static constexpr PixelTable kHere{3, 1, 0, 13};
+  static constexpr PixelTable kNext{3, 4, 0, 1};
+  static constexpr std::ptrdiff_t kHereAt = -1;
+  static constexpr std::ptrdiff_t kNextAt = -1;
+};
 
-  if (y > 0) fill(y - 1);
-  fill(y);
-  for (; y < end; ++y) {
-    if (y < job.height - 1) fill(y + 1);
-    const double* const up = slot(y > 0 ? y - 1 : y).products + kStep;
-    const double* const here = slot(y).products + kStep;
-    const double* const down = slot(y < job.height - 1 ? y + 1 : y).products + kStep;
-    const double* const centre = slot(y).samples + kStep;
-    const std::uint8_t* const in = job.from.Row(y) + first;
-    std::uint8_t* const out = job.to.Row(y) + first;
-    for (std::ptrdiff_t at = 0; at < bytes; at += kEight) {
-      const std::ptrdiff_t group = std::min(at, bytes - kEight);
-      const auto sum = [&](std::ptrdiff_t j) HWY_ATTR {
-        const std::ptrdiff_t x = group + j;
-        return PackedSum(hn::LoadU(d, up + x - kStep), hn::LoadU(d, up + x), hn::LoadU(d, here + x - kStep),
-                         hn::LoadU(d, centre + x), hn::LoadU(d, here + x + kStep), hn::LoadU(d, down + x),
-                         hn::LoadU(d, down + x + kStep));
-      };
-      auto eight = EightTruncated(sum);
-      if constexpr (kStep == 4) eight = hn::IfThenElse(alpha, hn::LoadU(d8, in + group), eight);
-      hn::StoreU(eight, d8, out + group);
-    }
+HWY_INLINE QuadByteVector LoadPixels(const std::uint8_t* in, const PixelTable& table) {
+  const QuadBytes d;
+  return hn::IfThenElse(hn::MaskFromVec(hn::LoadDup128(d, table.replaced)), hn::LoadDup128(d, table.replacement),
+                        hn::LoadDup128(d, in));
+}
+
+struct DenseProducts {
+  QuadVector amount;
+  QuadVector bias;
+  QuadVector minusBias;  ///< its product with `amount`, exact like that itself
+
+  explicit HWY_INLINE DenseProducts(double a)
+      : amount(hn::Set(Quads(), a)), bias(hn::Set(Quads(), 0x1p52)), minusBias(hn::Set(Quads(), -0x1p52 * a)) {}
+
+  /// The k-th vector of the four pixels, 2^52 added to every sample.
+  static HWY_INLINE QuadVector Biased(QuadByteVector pixels, const PixelTable& table, std::size_t k) {
+    const auto places = hn::Load(QuadBytes(), table.places[0] + k * kQuadLanes * 8);
+    return hn::BitCast(Quads(), hn::TableLookupBytesOr0(pixels, places));
   }
+
+  HWY_INLINE QuadVector Sample(QuadByteVector pixels, const PixelTable& table, std::size_t k) const {
+    return hn::Sub(Biased(pixels, table, k), bias);
+  }
+
+  /// With one rounding, that of the sample's product with `amount`.
+  HWY_INLINE QuadVector Product(QuadByteVector pixels, const PixelTable& table, std::size_t k) const {
+#if HWY_NATIVE_FMA
+    return hn::MulAdd(Biased(pixels, table, k), amount, minusBias);
+#else
+    return hn::Mul(Sample(pixels, table, k), amount);
+#endif
+  }
+
+  /// Those of four pixels.
+  HWY_INLINE void Store(const std::uint8_t* in, const PixelTable& table, double* out) const {
+    const auto pixels = LoadPixels(in, table);
+    for (std::size_t k = 0; k < 4 * kParts; ++k) hn::Store(Product(pixels, table, k), Quads(), out + k * kQuadLanes);
+  }
+};
+
+/// A strip's products, with a column more on both sides.
+struct DenseRow {
+  alignas(64) double products[(kDensePixels + 2) * 4];
+};
+
+HWY_INLINE hn::Vec<QuadInts> TruncatedQuad(QuadVector v) {
+#if HWY_TARGET <= HWY_AVX2 && NORIX_X86_VECTORS
+  return hn::Vec<QuadInts>{_mm256_cvttpd_epi32(v.raw)};  // All are far within int.
+#else
+  return hn::DemoteTo(QuadInts(), v);
+#endif
+}
+
+/// Four pixels' samples, limited to bytes.
+HWY_INLINE hn::Vec<SixteenBytes> LimitedPixels(const hn::Vec<QuadInts>* quads) {
+  const hn::FixedTag<std::int16_t, 8> d16;
+#if HWY_TARGET <= HWY_AVX2
+  const auto low = hn::ReorderDemote2To(d16, quads[0], quads[1]);
+  const auto high = hn::ReorderDemote2To(d16, quads[2], quads[3]);
+#else
+  const hn::FixedTag<std::int32_t, 4> d32;
+  const auto low = hn::ReorderDemote2To(d16, hn::Combine(d32, quads[1], quads[0]), hn::Combine(d32, quads[3], quads[2]));
+  const auto high = hn::ReorderDemote2To(d16, hn::Combine(d32, quads[5], quads[4]), hn::Combine(d32, quads[7], quads[6]));
+#endif
+#if NORIX_X86_VECTORS
+  return hn::Vec<SixteenBytes>{_mm_packus_epi16(low.raw, high.raw)};
+#else
+  const hn::FixedTag<std::uint8_t, 8> d8;
+  return hn::Combine(SixteenBytes(), hn::DemoteTo(d8, high), hn::DemoteTo(d8, low));
+#endif
 }
 
 template <int kStep>
-void EmbossDenseStrips(const PackedSums& sums, const EmbossPlaneJob& job, std::int64_t y, std::int64_t end,
-                       std::ptrdiff_t first, std::ptrdiff_t last) {
-  for (std::ptrdiff_t i = first; i < last; i += kDenseStrip) {
-    const std::ptrdiff_t begin = std::min(i, last - kEight);
-    EmbossDense<kStep>(sums, job, y, end, begin, std::min(last - begin, kDenseStrip));
+HWY_INLINE void StorePixels(hn::Vec<SixteenBytes> pixels, const std::uint8_t* in, std::uint8_t* out) {
+  const SixteenBytes d;
+  if constexpr (kStep == 4) {
+    const auto alpha = hn::MaskFromVec(hn::BitCast(d, hn::Set(hn::FixedTag<std::uint32_t, 4>(), 0xFF000000U)));
+    hn::StoreU(hn::IfThenElse(alpha, hn::LoadU(d, in), pixels), d, out);
+  } else {
+    alignas(16) static constexpr std::uint8_t kJoin[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 128, 128, 128, 128};
+    alignas(16) std::uint8_t joined[16];
+    hn::Store(hn::TableLookupBytesOr0(pixels, hn::Load(d, kJoin)), d, joined);
+    std::memcpy(out, joined, 12);
+  }
+}
+
+/// The sums of a row and the products of the row below. Twice a product is as exact as the product, and so is a fused
+/// product with 2. `x` counts columns from the strip's first.
+template <int kStep>
+HWY_INLINE void EmbossDenseRow(const DenseProducts& products, const EmbossRows& rows, std::uint8_t* out,
+                               std::ptrdiff_t count, const DenseRow& up, const DenseRow& here, DenseRow& down) {
+  using Tables = DenseTables<kStep>;
+  const Quads d;
+  const auto two = hn::Set(d, 2.0);
+  products.Store(rows.down - kStep, Tables::kFirst, down.products);
+  for (std::ptrdiff_t at = 0; at < count; at += kBlockPixels) {
+    const std::ptrdiff_t x = std::min(at, count - kBlockPixels);
+    const auto herePixels = LoadPixels(rows.here + x * kStep + Tables::kHereAt, Tables::kHere);
+    const auto nextPixels = LoadPixels(rows.down + x * kStep + Tables::kNextAt, Tables::kNext);
+    const double* const u = up.products + 4 * x;
+    const double* const h = here.products + 4 * x;
+    double* const w = down.products + 4 * x;
+    QuadVector p0[kParts];
+    QuadVector p3[kParts];
+    QuadVector p4[kParts];
+    QuadVector p7[kParts];
+    for (std::size_t part = 0; part < kParts; ++part) {
+      p0[part] = hn::Load(d, u + part * kQuadLanes);
+      p3[part] = hn::Load(d, h + part * kQuadLanes);
+      p4[part] = hn::Load(d, h + part * kQuadLanes + 4);
+      p7[part] = hn::Load(d, w + part * kQuadLanes + 4);
+    }
+    hn::Vec<QuadInts> quads[4 * kParts];
+    for (std::size_t k = 0; k < 4 * kParts; ++k) {
+      const std::size_t part = k % kParts;
+      const auto p1 = hn::Load(d, u + k * kQuadLanes + 4);
+      const auto p5 = hn::Load(d, h + k * kQuadLanes + 8);
+      const auto p8 = products.Product(nextPixels, Tables::kNext, k);
+      hn::Store(p8, d, w + k * kQuadLanes + 8);
+      const auto above = hn::Add(hn::MulAdd(p0[part], two, p1), p3[part]);
+      const auto v = hn::Add(hn::Sub(products.Sample(herePixels, Tables::kHere, k), above), p5);
+      quads[k] = TruncatedQuad(hn::MulAdd(p8, two, hn::Add(v, p7[part])));
+      p0[part] = p1;
+      p3[part] = p4[part];
+      p4[part] = p5;
+      p7[part] = p8;
+    }
+    StorePixels<kStep>(LimitedPixels(quads), rows.here + x * kStep, out + x * kStep);
+  }
+}
+
+/// Rows y .. end - 1 of a strip of whole pixels, at least four, in double lanes: a product serves three rows.
+template <int kStep>
+void EmbossDense(double amount, const EmbossPlaneJob& job, std::int64_t y, std::int64_t end, std::ptrdiff_t first,
+                 std::ptrdiff_t last) {
+  using Tables = DenseTables<kStep>;
+  const DenseProducts products(amount);
+  const std::ptrdiff_t count = (last - first) / kStep;
+  DenseRow ring[3];
+  DenseRow* up = &ring[0];
+  DenseRow* here = &ring[1];
+  DenseRow* down = &ring[2];
+  const auto fill = [&](const std::uint8_t* in, DenseRow& row) HWY_ATTR {
+    products.Store(in - kStep, Tables::kFirst, row.products);
+    for (std::ptrdiff_t at = 0; at < count; at += kBlockPixels) {
+      const std::ptrdiff_t x = std::min(at, count - kBlockPixels);
+      products.Store(in + x * kStep + Tables::kNextAt, Tables::kNext, row.products + 4 * (x + 2));
+    }
+  };
+  const EmbossRows before = EmbossRowsAt(job, y);
+  fill(before.up + first, *up);
+  fill(before.here + first, *here);
+  for (; y < end; ++y) {
+    const EmbossRows rows = EmbossRowsAt(job, y);
+    EmbossDenseRow<kStep>(products, {rows.up + first, rows.here + first, rows.down + first}, job.to.Row(y) + first, count,
+                          *up, *here, *down);
+    DenseRow* const free = up;
+    up = here;
+    here = down;
+    down = free;
   }
 }
 
@@ -462,9 +570,9 @@ void EmbossTile(const EmbossLanes<kStep>& lanes, const EmbossPlaneJob& job, std:
     DoubtfulGroups doubtful;
     EmbossBlocks<kStep, kExact>(lanes, rows, job.to.Row(y), first, last, doubtful);
     if constexpr (kStep != 1) {
-      // Most of them: the next rows will be alike.
-      if (static_cast<std::ptrdiff_t>(doubtful.count) * kGroup * 2 > last - first)
-        return EmbossDenseStrips<kStep>(lanes.sums, job, y, end, first, last);
+      // Many of them: the next rows will be alike. A short last strip may start within a pixel.
+      if (static_cast<std::ptrdiff_t>(doubtful.count) * kGroup * kDenseShare > last - first)
+        return EmbossDense<kStep>(lanes.amount, job, y, end, first - (kStep - (last - first) % kStep) % kStep, last);
     }
     if constexpr (!kExact) SettleGroups<kStep>(lanes.sums, rows, job.to.Row(y), doubtful);
   }
@@ -567,6 +675,11 @@ EmbossSetup ChromaSetup(double a) {
   s.corner = 1;
   s.divide = true;
   if (s.fast) s.factor = FloorFactor(a / 2, true);
+  if (s.fast && s.divisor == 4) {
+    // Quarters of all weights round alike and give the quarter of the sum.
+    for (double* weight : {&s.upLeft, &s.up, &s.left, &s.centre, &s.right, &s.down, &s.downRight}) *weight /= 4;
+    s.divide = false;
+  }
   return s;
 }
 
