@@ -9,6 +9,7 @@
 
 #include "exact/ParamObject.h"
 #include "reference/Reference.h"
+#include "support/Formats.h"
 #include "support/GuardedPicture.h"
 #include "support/Picture.h"
 #include "support/Random.h"
@@ -69,6 +70,24 @@ private:
 
   const reference::Effect& effect_;
   ParamObject params_;
+};
+
+/** Effects in one pixel format, with random numbers that each family of tests draws from a start of its own. */
+class OneFormatTest : public testing::TestWithParam<Format> {
+protected:
+  explicit OneFormatTest(std::uint64_t start) : random_(static_cast<std::uint64_t>(GetParam().code) * 7919U + start) {}
+
+  PictureShape Shape(int width, int height) { return ShapeWithLines(format_, width, height, random_); }
+
+  /** Noise in random lines, the whole picture or a part of it. */
+  void Compare(const EffectComparison& comparison, int width, int height) {
+    const PictureShape src = Shape(width, height);
+    const PictureShape dst = Shape(width, height);
+    ASSERT_TRUE(comparison.Agrees(dst, src, SomeRows(height, random_), random_.Next()));
+  }
+
+  const int format_ = GetParam().code;
+  Random random_;
 };
 
 }  // namespace norix::test

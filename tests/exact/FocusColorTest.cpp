@@ -14,9 +14,9 @@ namespace norix::test {
 
 namespace {
 
-class FocusColorTest : public testing::TestWithParam<Format> {
+class FocusColorTest : public OneFormatTest {
 protected:
-  PictureShape Shape(int width, int height) { return ShapeWithLines(format_, width, height, random_); }
+  FocusColorTest() : OneFormatTest(11) {}
 
   /** Sets radius and feather in pixels of the plane that fades. */
   void SetCircle(int width, int height, double centerX, double centerY, int radius, int feather) {
@@ -31,8 +31,6 @@ protected:
     focus_.SetFields({centerX, centerY, (radius + 0.5) / half, (feather + 0.5) / half});
   }
 
-  const int format_ = GetParam().code;
-  Random random_{static_cast<std::uint64_t>(GetParam().code) * 7919U + 11};
   EffectComparison focus_{"Focus Color"};
 };
 

@@ -12,16 +12,9 @@ namespace norix::test {
 
 namespace {
 
-class LineBlurTest : public testing::TestWithParam<Format> {
+class LineBlurTest : public OneFormatTest {
 protected:
-  void Compare(const EffectComparison& comparison, int width, int height) {
-    const PictureShape src = ShapeWithLines(format_, width, height, random_);
-    const PictureShape dst = ShapeWithLines(format_, width, height, random_);
-    ASSERT_TRUE(comparison.Agrees(dst, src, SomeRows(height, random_), random_.Next()));
-  }
-
-  const int format_ = GetParam().code;
-  Random random_{static_cast<std::uint64_t>(GetParam().code) * 7907U + 11};
+  LineBlurTest() : OneFormatTest(11) {}
 };
 
 TEST_P(LineBlurTest, ZoomAtEveryWidth) {

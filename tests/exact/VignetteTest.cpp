@@ -13,12 +13,10 @@ namespace norix::test {
 
 namespace {
 
-class VignetteTest : public testing::TestWithParam<Format> {
+class VignetteTest : public OneFormatTest {
 protected:
-  PictureShape Shape(int width, int height) { return ShapeWithLines(format_, width, height, random_); }
+  VignetteTest() : OneFormatTest(5) {}
 
-  const int format_ = GetParam().code;
-  Random random_{static_cast<std::uint64_t>(GetParam().code) * 7919U + 5};
   EffectComparison vignette_{"Vignette"};
 };
 
