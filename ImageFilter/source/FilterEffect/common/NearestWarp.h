@@ -169,15 +169,17 @@ inline double FarthestInside(const WarpCircle& circle) {
 /// The position of each column is kept on the stack for mirrored pictures.
 inline constexpr int kWidestMirrored = 8192;
 
-/// Not usable for hostile parameters, bands outside the picture and planes whose offsets do not fit 32 bits.
+/// Not usable for hostile parameters, pictures too narrow to be worth a row's set-up, bands outside the picture and planes
+/// whose offsets do not fit 32 bits.
 inline WarpEstimate EstimateFor(const WarpCircle& circle, const WarpPicture& picture, const WarpBounds& bounds) {
+  constexpr int kNarrowest = 3;
   constexpr int kLargestSide = 32767;
   constexpr std::int64_t kLargestPlane = (std::int64_t{1} << 31) - 65536;
   constexpr double kMostUnits = (1 << 22) - 2;  // what a float can hold beside 1.5 * 2^23, rounded to a whole number
   WarpEstimate estimate;
   const int width = picture.width;
   const int height = picture.height;
-  if (width > kLargestSide || height > kLargestSide) return estimate;
+  if (width < kNarrowest || width > kLargestSide || height > kLargestSide) return estimate;
   if (picture.rows.first < 0 || picture.rows.end() > height) return estimate;
   const int planes = picture.IsPlanar() ? 3 : 1;
   bool shortLines = true;

@@ -13,14 +13,16 @@
 #include <cstdint>
 
 #include "FilterEffect/common/ExactInt.h"
+#include "FilterEffect/common/VectorOps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace norix::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Fills the table with the wave, fading with the distance; products are truncated toward zero, saturate, and NaN gives 0.
-void FillRippleOffsets(const double* wave, std::int32_t* table) {
-  const hn::ScalableTag<double> d;
+/// `kTame` promises that no product needs to saturate at the upper end.
+template <bool kTame>
+void FillRows(const double* wave, std::int32_t* table) {
+  const hn::CappedTag<double, 4> d;
   const hn::Rebind<std::int32_t, decltype(d)> di;
   const int lanes = static_cast<int>(hn::Lanes(d));
   for (int j = 0; j < kRippleSteps; ++j, table += kRippleSteps) {
@@ -28,9 +30,25 @@ void FillRippleOffsets(const double* wave, std::int32_t* table) {
     const auto fading = hn::Set(d, j == 0 ? 0.0 : 1.0 / j + -0.0009765625);
     for (int i = 0; i < kRippleSteps; i += lanes) {
       const auto value = hn::Mul(hn::LoadU(d, wave + i), fading);
+#if HWY_TARGET != HWY_SCALAR
+      if constexpr (kTame) {
+        hn::StoreU(TruncateBelowLimit(value), di, table + i);
+        continue;
+      }
+#endif
       hn::StoreU(hn::DemoteTo(di, hn::IfThenElseZero(hn::Eq(value, value), value)), di, table + i);
     }
   }
+}
+
+/// Fills the table with the wave, fading with the distance; products are truncated toward zero, saturate, and NaN gives 0.
+void FillRippleOffsets(const double* wave, std::int32_t* table) {
+  // Rows fade by a factor of at most 1.
+#if HWY_TARGET != HWY_SCALAR
+  if (std::all_of(wave, wave + kRippleSteps, [](double value) { return std::abs(value) < 0x1p31; }))
+    return FillRows<true>(wave, table);
+#endif
+  FillRows<false>(wave, table);
 }
 
 }  // namespace norix::HWY_NAMESPACE
