@@ -8,6 +8,7 @@
 
 #include "Failure.h"
 #include "NearestName.h"
+#include "engine/Summaries.h"
 
 namespace norix::host {
 
@@ -31,20 +32,20 @@ constexpr const char* kUnusedByRipple = "not used: the rings lie about the middl
 std::vector<EffectInfo> DescribeEffects() {
   return {
       {.name = "Ground Glass",
-       .summary = "the picture as seen through frosted glass",
+       .summary = SummaryOf("Ground Glass"),
        .level = "amount 0 to 20 pixels",
        .fields = {Make<GroundGlassParams, &GroundGlassParams::amount>("amount", "displacement in pixels, whole numbers")},
        .drawsRandomNumbers = true,
        .leavesBytes = true},
       {.name = "Swirl",
-       .summary = "twists the picture about a centre",
+       .summary = SummaryOf("Swirl"),
        .level = "angle 0 to 360 degrees",
        .fields = {Make<SwirlParams, &SwirlParams::centerX>("centerX", kCenterX),
                   Make<SwirlParams, &SwirlParams::centerY>("centerY", kCenterY),
                   Make<SwirlParams, &SwirlParams::radius>("radius", "where the twist ends, in picture widths and heights"),
                   Make<SwirlParams, &SwirlParams::angle>("angle", "twist in degrees; 360 turns the centre by 8 radians")}},
       {.name = "Vignette",
-       .summary = "darkens the picture towards its edges",
+       .summary = SummaryOf("Vignette"),
        .level = "innerRadius 0.4 to 0, outerRadius 1.8 to 0",
        .fields = {Make<VignetteParams, &VignetteParams::centerX>("centerX", kCenterX),
                   Make<VignetteParams, &VignetteParams::centerY>("centerY", kCenterY),
@@ -53,38 +54,38 @@ std::vector<EffectInfo> DescribeEffects() {
                   Make<VignetteParams, &VignetteParams::outerRadius>("outerRadius",
                                                                      "where black begins, in the same unit")}},
       {.name = "Emboss",
-       .summary = "relief along one diagonal",
+       .summary = SummaryOf("Emboss"),
        .level = "amount 0 to 1",
        .fields = {Make<EmbossParams, &EmbossParams::amount>("amount", "strength of the relief")}},
       {.name = "Sketch",
-       .summary = "pencil drawing",
+       .summary = SummaryOf("Sketch"),
        .level = "amount 0 to 1",
        .fields = {Make<SketchParams, &SketchParams::amount>("amount", "brightness of the paper")},
        .leavesBytes = true},
       {.name = "Comicbook",
-       .summary = "harsh colours of a printed comic",
+       .summary = SummaryOf("Comicbook"),
        .level = "nothing: the look is fixed",
        .fields = {},
        .leavesBytes = true,
        .needsPackedPixels = true},
       {.name = "Pinch",
-       .summary = "draws the middle of the picture together",
+       .summary = SummaryOf("Pinch"),
        .level = "strength 0 to 1",
        .fields = {Make<PinchParams, &PinchParams::centerX>("centerX", kCenterX),
                   Make<PinchParams, &PinchParams::centerY>("centerY", kCenterY),
                   Make<PinchParams, &PinchParams::radius>("radius", "where the effect ends, in picture widths and heights"),
                   Make<PinchParams, &PinchParams::strength>("strength", "0 nothing, 1 full")}},
       {.name = "Bulge",
-       .summary = "magnifies the middle of the picture",
+       .summary = SummaryOf("Bulge"),
        .level = "strength 0 to 1",
        .fields = {Make<BulgeParams, &BulgeParams::centerX>("centerX", kCenterX),
                   Make<BulgeParams, &BulgeParams::centerY>("centerY", kCenterY),
                   Make<BulgeParams, &BulgeParams::radius>("radius", "where the effect ends, in picture widths and heights"),
                   Make<BulgeParams, &BulgeParams::strength>("strength",
                                                             "0 nothing, 1 full, above 1 the very middle shrinks again")}},
-      {.name = "Stretch", .summary = "listed by the engine, has no picture", .level = "nothing", .fields = {}},
+      {.name = "Stretch", .summary = SummaryOf("Stretch"), .level = "nothing", .fields = {}},
       {.name = "Zoom Blur",
-       .summary = "smears the picture towards a centre",
+       .summary = SummaryOf("Zoom Blur"),
        .level = "strength 0 to 4",
        .fields = {Make<ZoomBlurParams, &ZoomBlurParams::centerX>("centerX", kCenterX),
                   Make<ZoomBlurParams, &ZoomBlurParams::centerY>("centerY", kCenterY),
@@ -93,14 +94,14 @@ std::vector<EffectInfo> DescribeEffects() {
                       "length of the blur, in percent of the distance to the centre "
                       "from sample to sample")}},
       {.name = "Motion Blur",
-       .summary = "smears the picture in one direction",
+       .summary = SummaryOf("Motion Blur"),
        .level = "strength 0 to 4",
        .fields = {Make<MotionBlurParams, &MotionBlurParams::strength>(
                       "strength", "length of the blur, in pixels from sample to sample"),
                   Make<MotionBlurParams, &MotionBlurParams::angle>("angle",
                                                                    "direction in degrees, from rightwards to downwards")}},
       {.name = "Ripple",
-       .summary = "rings of waves about the middle",
+       .summary = SummaryOf("Ripple"),
        .level = "phase 0 to 80; damping 90, amplitude 20",
        .fields = {Make<RippleParams, &RippleParams::centerX>("centerX", kUnusedByRipple),
                   Make<RippleParams, &RippleParams::centerY>("centerY", kUnusedByRipple),
@@ -109,7 +110,7 @@ std::vector<EffectInfo> DescribeEffects() {
                   Make<RippleParams, &RippleParams::amplitude>("amplitude", "height of the waves"),
                   Make<RippleParams, &RippleParams::phase>("phase", "moves the rings outward; 20 is one wavelength")}},
       {.name = "Focus Color",
-       .summary = "colour inside a circle, gray outside",
+       .summary = SummaryOf("Focus Color"),
        .level = "feather 0.25 to 0.75; centre in the middle, radius 0.25",
        .fields = {Make<FocusColorParams, &FocusColorParams::centerX>("centerX", kCenterX),
                   Make<FocusColorParams, &FocusColorParams::centerY>("centerY", kCenterY),
@@ -118,15 +119,15 @@ std::vector<EffectInfo> DescribeEffects() {
                                                                      "width of the fade, in halves of the diagonal")},
        .leavesBytes = true},
       {.name = "Mirror Move X",
-       .summary = "moves the picture sideways, mirrored at its edges",
+       .summary = SummaryOf("Mirror Move X"),
        .level = "offset 0 to 1",
        .fields = {Make<MirrorMoveXParams, &MirrorMoveXParams::offset>("offset", "move to the right in picture widths")}},
       {.name = "Mirror Move Y",
-       .summary = "moves the picture up or down, mirrored at its edges",
+       .summary = SummaryOf("Mirror Move Y"),
        .level = "offset 0 to 1",
        .fields = {Make<MirrorMoveYParams, &MirrorMoveYParams::offset>("offset", "move downwards in picture heights")}},
       {.name = "Tile Scale",
-       .summary = "shrinks the picture and repeats it as tiles",
+       .summary = SummaryOf("Tile Scale"),
        .level = "scale 1 to 0.05",
        .fields = {Make<TileScaleParams, &TileScaleParams::scale>("scale", "size of a tile, 0.05 to 1")},
        .leavesBytes = true},
@@ -151,18 +152,11 @@ const std::vector<EffectInfo>& Effects() {
 }
 
 const std::vector<GroupInfo>& Groups() {
-  static const std::vector<GroupInfo> groups = {
-      {"Mirror Scale Blur", "twists, grows to twice its size and blurs outward"},
-      {"Flip Roll Up", "rolls upwards over its mirror images, blurred by the speed"},
-      {"Flip Roll Down", "rolls downwards over its mirror images, blurred by the speed"},
-      {"Flip Roll Left", "rolls to the left over its mirror images, blurred by the speed"},
-      {"Flip Roll Right", "rolls to the right over its mirror images, blurred by the speed"},
-      {"Blurry Roll Down", "takes a short run-up, rolls downwards fast and settles"},
-      {"Blurry Roll Left", "takes a short run-up, rolls to the left fast and settles"},
-      {"Blurry Cross Right Up", "takes a short run-up, rolls to the right and up fast and settles"},
-      {"Tile Zoom Blur", "breaks into tiles that grow back into the picture out of a zoom blur"},
-      {"Tile Zoom Blur 1", "shrinks into tiles under a zoom blur and springs back"},
-  };
+  static const std::vector<GroupInfo> groups = [] {
+    std::vector<GroupInfo> infos;
+    for (const Summary& summary : kGroupSummaries) infos.push_back({summary.name, summary.text});
+    return infos;
+  }();
   return groups;
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Failure.h"
+#include "engine/GroupTime.h"
 
 namespace norix::host {
 
@@ -12,13 +13,8 @@ Group::Group(std::string name) : name_(std::move(name)) { setTime(kFirstTime); }
 Group::Group(const Group& other) : Group(other.name_) {}
 
 void Group::setTime(int time) {
-  // In the last tenth of its time "Tile Zoom Blur" leaves the blur as it was. Whoever plays it through gets there with the
-  // blur faded out; so does every picture here, whichever was rendered before it.
-  constexpr int kLastSetTime = 8999;
-  // The call keeps the record, or frees it and makes another.
   FilterGroupParam* record = record_.release();
-  if (time > kLastSetTime) GetFilterGroupParam(name_.c_str(), kLastSetTime, &record);
-  GetFilterGroupParam(name_.c_str(), time, &record);
+  FillGroupAt(name_.c_str(), time, record);
   record_.reset(record);
 }
 

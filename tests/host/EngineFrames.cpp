@@ -91,6 +91,11 @@ Change SettingsOf(const FilterGroupEntry& entry) {
       static_cast<ZoomBlurParams&>(params).strength = static_cast<const ZoomBlurParams&>(*entry.params).strength;
     } else if (name == "Tile Scale") {
       static_cast<TileScaleParams&>(params).scale = static_cast<const TileScaleParams&>(*entry.params).scale;
+    } else if (name == "Swirl") {
+      static_cast<SwirlParams&>(params).centerX = static_cast<const SwirlParams&>(*entry.params).centerX;
+      static_cast<SwirlParams&>(params).centerY = static_cast<const SwirlParams&>(*entry.params).centerY;
+      static_cast<SwirlParams&>(params).radius = static_cast<const SwirlParams&>(*entry.params).radius;
+      static_cast<SwirlParams&>(params).angle = static_cast<const SwirlParams&>(*entry.params).angle;
     } else {
       FAIL() << "not expected in a group: " << name;
     }
