@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "frei0r/PluginHostTest.h"
 
@@ -53,25 +53,14 @@ TEST_F(GStreamerPluginTest, EveryFilterDrawsWhatTheEngineDraws) {
     SCOPED_TRACE(filter.file);
     const Clip clip = MakeRaw("in.raw", 101, 53, 2, 70);
     std::string element = "frei0r-filter-" + Dashed(filter.file);
-    const std::string* name = nullptr;
-    static const std::map<std::string, std::vector<std::string>> kNames = {
-        {"Swirl", {"level", "center-x", "center-y", "radius"}},
-        {"Vignette", {"level", "center-x", "center-y", "manual", "inner-radius", "outer-radius"}}};
-    (void)name;
-    const auto names = kNames.find(filter.effect);
-    if (names != kNames.end()) {
-      for (std::size_t i = 0; i < filter.values.size(); ++i) {
-        const bool isSwitch = names->second[i] == "manual";
-        element +=
-            ' ' + names->second[i] + '=' + (isSwitch ? (filter.values[i] > 0 ? "true" : "false") : Text(filter.values[i]));
-      }
-    } else if (filter.values.size() == 1) {
-      element += " level=" + Text(filter.values[0]);
-    } else if (!filter.values.empty()) {
-      continue;
+    const std::vector<std::string> names = ParameterNames(filter.file);
+    for (std::size_t i = 0; i < filter.values.size(); ++i) {
+      const bool isSwitch = names.at(i) == "Manual";
+      const std::string value = isSwitch ? (filter.values[i] != 0 ? "true" : "false") : Text(filter.values[i]);
+      element += ' ' + Dashed(names[i]) + '=' + value;
     }
-    ExpectSameFrames(Expected(filter, clip),
-                     Run(Source(In("in.raw"), clip) + " ! videoconvert ! " + element + " ! " + Sink(), clip));
+    const std::string pipeline = Source(In("in.raw"), clip) + " ! videoconvert ! " + element + " ! " + Sink();
+    ExpectSameFrames(Expected(filter, clip), Run(pipeline, clip));
   }
 }
 

@@ -10,7 +10,9 @@ extern "C" {
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
+#include <fstream>
 #include <memory>
 #include <ostream>
 #include <utility>
@@ -165,6 +167,21 @@ std::string ExpectedOfGroup(const std::string& group, int time, const Clip& form
     clip = Apply(clip, entry.name, 0, SettingsOf(entry));
   }
   return clip.frames.front();
+}
+
+std::vector<std::string> ParameterNames(const std::string& file) {
+  std::vector<std::string> names;
+  std::ifstream pinned(NORIX_FREI0R_PARAMETERS);
+  bool found = false;
+  for (std::string line; std::getline(pinned, line);) {
+    if (line.front() != ' ') {
+      found = line.starts_with(file + ':');
+    } else if (found) {
+      const std::size_t begin = line.find('"') + 1;
+      names.push_back(line.substr(begin, line.rfind('"') - begin));
+    }
+  }
+  return names;
 }
 
 const std::vector<std::string>& GroupNames() {

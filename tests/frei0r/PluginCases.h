@@ -30,6 +30,9 @@ Clip Expected(const FilterCase& filter, const Clip& clip);
 /** What the engine makes of an rgba frame with a group at a moment, in a clip of that form. */
 std::string ExpectedOfGroup(const std::string& group, int time, const Clip& form, const std::string& frame);
 
+/** The names of a plug-in's parameters, as they are pinned. */
+std::vector<std::string> ParameterNames(const std::string& file);
+
 /** The display names of all groups. */
 const std::vector<std::string>& GroupNames();
 
