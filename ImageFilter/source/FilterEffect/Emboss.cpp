@@ -175,9 +175,8 @@ struct LostLevels {
   HWY_INLINE hn::Mask<Bytes> Has(ByteVector level) const {
     alignas(16) static constexpr std::uint8_t kBit[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
     const Bytes d;
-    // An index with the top bit set looks up 0; the three bits below it do not count.
-    const auto eight = hn::Or(hn::TableLookupBytesOr0(Repeat16(bits), level),
-                              hn::TableLookupBytesOr0(Repeat16(bits + 16), hn::Xor(level, hn::Set(d, 0x80))));
+    const auto eight = hn::Or(LookupByLowBits(Repeat16(bits), level),
+                              LookupByLowBits(Repeat16(bits + 16), hn::Xor(level, hn::Set(d, 0x80))));
     const auto bit = hn::TableLookupBytes(Repeat16(kBit), hn::ShiftRight<4>(level));
     return hn::Eq(hn::And(eight, bit), bit);
   }

@@ -235,7 +235,7 @@ struct SketchMixer {
     for (int t = 0; t < tables; ++t) {
       // Places of this table have a clear top bit and themselves in the low four; all others look up 0.
       const auto own = hn::SaturatedAdd(hn::Sub(place, hn::Set(d, static_cast<std::uint8_t>(16 * t))), hn::Set(d, 112));
-      most = hn::Or(most, hn::TableLookupBytesOr0(Repeat16(limit + 16 * t), own));
+      most = hn::Or(most, LookupByLowBits(Repeat16(limit + 16 * t), own));
     }
     const auto doubt = hn::Eq(PackBlocks(low.margin, high.margin), zero);
     const auto wrong = hn::And(hn::Eq(hn::Min(result, most), result), doubt);

@@ -77,6 +77,15 @@ HWY_INLINE ByteVector PackBlocks(WordVector low, WordVector high) {
 #endif
 }
 
+/// A table's byte by the low four bits of every place whose top bit is clear; 0 where it is set.
+HWY_INLINE ByteVector LookupByLowBits(ByteVector table, ByteVector places) {
+#if NORIX_X86_VECTORS
+  return hn::TableLookupBytesOr0(table, places);
+#else
+  return hn::TableLookupBytesOr0(table, hn::And(places, hn::Set(Bytes(), 0x8F)));
+#endif
+}
+
 /// Two or four doubles to 32-bit lanes, toward zero. The caller keeps them below 2^31; the lowest lane stands for all too
 /// low.
 template <class V>
