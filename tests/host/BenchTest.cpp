@@ -34,11 +34,13 @@ protected:
 TEST_F(BenchTest, TimesEveryEffectThatRenders) {
   const Ending list = Norix({"list", "--json"});
   Words rendered;
-  for (const nlohmann::json& effect : nlohmann::json::parse(list.out).at("effects")) {
+  const nlohmann::json listed = nlohmann::json::parse(list.out);
+  for (const nlohmann::json& effect : listed.at("effects")) {
     if (effect.at("renders").get<bool>()) rendered.push_back(effect.at("name").get<std::string>());
   }
   Words timed;
-  for (const nlohmann::json& row : Bench({}).at("effects")) {
+  const nlohmann::json table = Bench({});
+  for (const nlohmann::json& row : table.at("effects")) {
     timed.push_back(row.at("name").get<std::string>());
     EXPECT_GT(row.at("milliseconds").get<double>(), 0.0);
     EXPECT_GT(row.at("copy_milliseconds").get<double>(), 0.0);
