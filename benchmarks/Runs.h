@@ -31,6 +31,14 @@ inline ParamsPtr ParamsAt(const std::string& effect, int level) {
   return ParamsPtr(params);
 }
 
+/// Counters that all rows have: time per pixel, and pictures' bytes per second.
+inline void SetCounters(benchmark::State& state, const AVFrame& frame) {
+  const double pixels = static_cast<double>(frame.width) * frame.height;
+  state.counters["per_pixel"] = benchmark::Counter(
+      pixels, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert, benchmark::Counter::kIs1000);
+  state.SetBytesProcessed(static_cast<std::int64_t>(PictureBytes(frame)) * static_cast<std::int64_t>(state.iterations()));
+}
+
 template <class Work>
 double SecondsOf(const Work& work) {
   const auto start = std::chrono::steady_clock::now();
@@ -40,7 +48,7 @@ double SecondsOf(const Work& work) {
 }
 
 /// Times every call on its own, and a copy of the same planes before it: whatever else the machine is doing slows both.
-/// Counters: the least time of a call and of a copy in microseconds, and the least time of a pixel in nanoseconds.
+/// Counters: the least time of a call and of a copy in microseconds, and those of all rows.
 template <class Call>
 void TimeCalls(benchmark::State& state, const AVFrame& src, AVFrame& dst, const Call& call) {
   constexpr int kMostCopies = 50;
@@ -56,8 +64,7 @@ void TimeCalls(benchmark::State& state, const AVFrame& src, AVFrame& dst, const 
   }
   state.counters["call_us"] = least * 1e6;
   state.counters["copy_us"] = leastCopy * 1e6;
-  state.counters["pixel_ns"] = least * 1e9 / (static_cast<double>(src.width) * src.height);
-  state.SetBytesProcessed(static_cast<std::int64_t>(PictureBytes(src)) * static_cast<std::int64_t>(state.iterations()));
+  SetCounters(state, src);
 }
 
 /// Cases that were chosen to be slow. Adds their rows.

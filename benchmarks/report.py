@@ -73,7 +73,7 @@ class Report:
 
     def usual_copy(self, form):
         """What a copy took in the middle, for calls that were not timed beside copies of their own."""
-        times = [row.least / row.x_copy for name, row in self.rows.items() if f"/{form}/{FULL_HD}" in name]
+        times = [row.copy for name, row in self.rows.items() if f"/{form}/{FULL_HD}" in name and row.copies]
         return statistics.median(times)
 
     def fastest_peers(self, effect, form):

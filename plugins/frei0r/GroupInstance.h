@@ -56,7 +56,7 @@ public:
   /// Reads the instance only: hosts may render several pictures with one at the same time.
   void Render(const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* to) const {
     const std::uint8_t* from = time_ < 0.5 ? first : second;
-    const int count = group_->count;
+    const int count = group_ ? group_->count : 0;  // none when memory ran out
     const std::size_t bytes = BytesOf(width_, height_);
     std::array<std::vector<std::uint8_t>, 2> between;
     if (count == 0) std::memcpy(to, from, bytes);
