@@ -273,6 +273,7 @@ TEST(PluginTest, RendersWithOneInstanceOnSeveralThreads) {
     const std::string expected = instance.Update(frame);
     std::vector<std::string> results(4);
     std::vector<std::thread> threads;
+    threads.reserve(results.size());
     for (std::string& result : results) threads.emplace_back([&] { result = instance.Update(frame); });
     for (std::thread& thread : threads) thread.join();
     for (const std::string& result : results) EXPECT_EQ(result, expected) << file;

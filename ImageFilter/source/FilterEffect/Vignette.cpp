@@ -630,9 +630,9 @@ HWY_INLINE void ShadeChroma(const VignetteSetup& setup, VignetteColumns& columns
   exact(black ? anyEnd : end, anyEnd);
   exact(nearBegin, holeBegin);
   exact(holeEnd, nearEnd);
-  for (int p = 0; p < 2; ++p) {
-    std::memset(out[p], 128, static_cast<std::size_t>(anyBegin));
-    std::memset(out[p] + anyEnd, 128, static_cast<std::size_t>(count - anyEnd));
+  for (std::uint8_t* const plane : out) {
+    std::memset(plane, 128, static_cast<std::size_t>(anyBegin));
+    std::memset(plane + anyEnd, 128, static_cast<std::size_t>(count - anyEnd));
   }
 }
 
