@@ -12,7 +12,6 @@ extern "C" {
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <new>
 
 #include "engine/Summaries.h"
 

@@ -37,11 +37,8 @@ protected:
   }
 };
 
-/** Values as text that every program reads back to the same number. */
-inline std::string Text(double value) {
-  std::string text = std::to_string(value);  // shares of few bits have few digits
-  return text;
-}
+/** Shares of few bits have few digits, so that every program reads the same number back. */
+inline std::string Text(double value) { return std::to_string(value); }
 
 }  // namespace norix::test
 

@@ -442,30 +442,14 @@ struct DenseRow {
   alignas(64) double products[(kDensePixels + 2) * 4];
 };
 
-HWY_INLINE hn::Vec<QuadInts> TruncatedQuad(QuadVector v) {
-#if HWY_TARGET <= HWY_AVX2 && NORIX_X86_VECTORS
-  return hn::Vec<QuadInts>{_mm256_cvttpd_epi32(v.raw)};  // All are far within int.
-#else
-  return hn::DemoteTo(QuadInts(), v);
-#endif
-}
-
 /// Four pixels' samples, limited to bytes.
 HWY_INLINE hn::Vec<SixteenBytes> LimitedPixels(const hn::Vec<QuadInts>* quads) {
-  const hn::FixedTag<std::int16_t, 8> d16;
 #if HWY_TARGET <= HWY_AVX2
-  const auto low = hn::ReorderDemote2To(d16, quads[0], quads[1]);
-  const auto high = hn::ReorderDemote2To(d16, quads[2], quads[3]);
+  return BytesOfDwords(quads[0], quads[1], quads[2], quads[3]);
 #else
-  const hn::FixedTag<std::int32_t, 4> d32;
-  const auto low = hn::ReorderDemote2To(d16, hn::Combine(d32, quads[1], quads[0]), hn::Combine(d32, quads[3], quads[2]));
-  const auto high = hn::ReorderDemote2To(d16, hn::Combine(d32, quads[5], quads[4]), hn::Combine(d32, quads[7], quads[6]));
-#endif
-#if NORIX_X86_VECTORS
-  return hn::Vec<SixteenBytes>{_mm_packus_epi16(low.raw, high.raw)};
-#else
-  const hn::FixedTag<std::uint8_t, 8> d8;
-  return hn::Combine(SixteenBytes(), hn::DemoteTo(d8, high), hn::DemoteTo(d8, low));
+  const hn::FixedTag<std::int32_t, 4> d;
+  return BytesOfDwords(hn::Combine(d, quads[1], quads[0]), hn::Combine(d, quads[3], quads[2]),
+                       hn::Combine(d, quads[5], quads[4]), hn::Combine(d, quads[7], quads[6]));
 #endif
 }
 
@@ -518,7 +502,7 @@ HWY_INLINE void EmbossDenseRow(const DenseProducts& products, const EmbossRows& 
       hn::Store(p8, d, w + k * kQuadLanes + 8);
       const auto above = hn::Add(hn::MulAdd(p0[part], two, p1), p3[part]);
       const auto v = hn::Add(hn::Sub(products.Sample(herePixels, Tables::kHere, k), above), p5);
-      quads[k] = TruncatedQuad(hn::MulAdd(p8, two, hn::Add(v, p7[part])));
+      quads[k] = TruncateBelowLimit(hn::MulAdd(p8, two, hn::Add(v, p7[part])));
       p0[part] = p1;
       p3[part] = p4[part];
       p4[part] = p5;
