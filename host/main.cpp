@@ -12,12 +12,7 @@
 #include "Failure.h"
 #include "Interrupt.h"
 #include "NearestName.h"
-#include "cli/BenchCommand.h"
-#include "cli/GalleryCommand.h"
-#include "cli/ListCommand.h"
-#include "cli/RenderCommand.h"
-#include "cli/TransitionCommand.h"
-#include "engine/InstructionSet.h"
+#include "cli/CommandLine.h"
 #include "media/Av.h"
 
 namespace norix::host {
@@ -34,26 +29,16 @@ void CheckCommand(const CLI::App& app, int argc, char** argv) {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app("Renders video with NorixEngine's effects.", "norix");
-  app.set_version_flag("--version", [] { return "norix " NORIX_VERSION " (" + BestInstructionSet() + ")"; });
-  app.require_subcommand(1);
-  app.footer(
-      "`norix COMMAND --help` tells more, with examples.\nExit codes: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
-  app.fallthrough();
+  CLI::App app;
+  bool verbose = false;
+  std::function<int()> run;
+  SetUpCommandLine(app, verbose, run);
   app.failure_message([](const CLI::App* command, const CLI::Error& error) {
     // The command that was meant, if one was named, has the help that helps.
     const auto named = command->get_subcommands();
     const std::string help = named.empty() ? "norix" : "norix " + named.front()->get_name();
     return "norix: error: " + std::string(error.what()) + "; see `" + help + " --help`\n";
   });
-  bool verbose = false;
-  app.add_flag("--verbose", verbose, "Show FFmpeg's own messages on stderr");
-  std::function<int()> run;
-  AddListCommand(app, run);
-  AddRenderCommand(app, run);
-  AddTransitionCommand(app, run);
-  AddGalleryCommand(app, run);
-  AddBenchCommand(app, run);
   CheckCommand(app, argc, argv);
   try {
     app.parse(argc, argv);

@@ -20,7 +20,7 @@ namespace {
 /// The formats an effect works in: those it answers when they are proposed.
 std::vector<std::string> FormatsOf(const EffectInfo& effect) {
   std::vector<std::string> formats;
-  for (const AVPixelFormat format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, AV_PIX_FMT_BGRA}) {
+  for (const AVPixelFormat format : kEngineFormats) {
     if (effect.needsPackedPixels && format == AV_PIX_FMT_YUV420P) continue;
     if (NegotiateFormat(effect.name, format) == format) formats.push_back(FormatName(format));
   }

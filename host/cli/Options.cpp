@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <thread>
 
@@ -30,15 +29,19 @@ void AddThreads(CLI::App& command, int& threads) {
       ->check(CLI::Range(1, 1024));
 }
 
+const std::map<std::string, ProgressStyle>& ProgressStyles() {
+  static const std::map<std::string, ProgressStyle> kStyles = {{"auto", ProgressStyle::kAutomatic},
+                                                               {"bar", ProgressStyle::kBar},
+                                                               {"plain", ProgressStyle::kPlain},
+                                                               {"json", ProgressStyle::kJson},
+                                                               {"none", ProgressStyle::kNone}};
+  return kStyles;
+}
+
 void AddProgress(CLI::App& command, ProgressStyle& style) {
-  const std::map<std::string, ProgressStyle> styles = {{"auto", ProgressStyle::kAutomatic},
-                                                       {"bar", ProgressStyle::kBar},
-                                                       {"plain", ProgressStyle::kPlain},
-                                                       {"json", ProgressStyle::kJson},
-                                                       {"none", ProgressStyle::kNone}};
   command.add_option("--progress", style, "auto, bar, plain, json or none, on stderr [a bar on a terminal]")
       ->type_name("STYLE")
-      ->transform(CLI::CheckedTransformer(styles, CLI::ignore_case).description(""));
+      ->transform(CLI::CheckedTransformer(ProgressStyles(), CLI::ignore_case).description(""));
 }
 
 CLI::Validator Seconds() {

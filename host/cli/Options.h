@@ -3,6 +3,7 @@
 // Options that several commands have, and texts that they take apart the same way.
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,9 @@ void AddOutputOptions(CLI::App& command, OutputWishes& wishes, std::vector<std::
 
 /// --threads, all cores unless given.
 void AddThreads(CLI::App& command, int& threads);
+
+/// The words that --progress takes.
+const std::map<std::string, ProgressStyle>& ProgressStyles();
 
 /// --progress.
 void AddProgress(CLI::App& command, ProgressStyle& style);

@@ -4,6 +4,7 @@
 
 #include <NorixEngine/FEParams.h>
 
+#include <array>
 #include <memory>
 #include <string>
 #include <utility>
@@ -18,6 +19,9 @@ namespace norix::host {
 /// Levels run from weakest to strongest.
 inline constexpr int kLowestLevel = 0;
 inline constexpr int kHighestLevel = 10000;
+
+/// The pixel formats that the engine may ask for.
+inline constexpr std::array kEngineFormats = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_RGB24, AV_PIX_FMT_BGRA};
 
 /// A field of a parameter class and the value to write into it.
 struct FieldValue {

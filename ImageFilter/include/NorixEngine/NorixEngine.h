@@ -104,6 +104,7 @@ typedef struct FilterGroupParam FilterGroupParam;
  *
  * @return array of sixteen display names and a null pointer at its end; owned by the library, valid while it is loaded, not
  *         to be changed. "Stretch" is listed and has no picture: filter_video_frame() answers -1 for it.
+ *
  * Any thread.
  */
 NORIX_API const char** NorixGetInfo(void);
@@ -174,6 +175,7 @@ NORIX_API void GetParamBuffer(const char* name, int level, struct FilterParams**
  * Gives up one reference; the last one deletes the object.
  *
  * @param params  object, or null for nothing
+ *
  * References are counted without atomics: one thread at a time per object.
  */
 NORIX_API void ReleaseParamBuffer(struct FilterParams* params);
@@ -183,6 +185,7 @@ NORIX_API void ReleaseParamBuffer(struct FilterParams* params);
  *
  * @param params  object, or null
  * @return `params`
+ *
  * One thread at a time per object.
  */
 NORIX_API struct FilterParams* ReferenceParamBuffer(struct FilterParams* params);
@@ -192,6 +195,7 @@ NORIX_API struct FilterParams* ReferenceParamBuffer(struct FilterParams* params)
  *
  * @param params  object to copy, unchanged, or null
  * @return the copy, or null for null
+ *
  * Threads may copy one object at the same time while nobody changes it. May let std::bad_alloc through.
  */
 NORIX_API struct FilterParams* CloneParamBuffer(struct FilterParams* params);
@@ -217,6 +221,7 @@ NORIX_API void GetFilterGroupParam(const char* name, int time, struct FilterGrou
  * Frees a record, its names and its references to parameter objects.
  *
  * @param group  record, or null for nothing
+ *
  * One thread at a time per record.
  */
 NORIX_API void ReleaseFilterGroupParam(struct FilterGroupParam* group);
