@@ -44,7 +44,4 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   endforeach()
 
   execute_process(COMMAND chmod -R u=rwX,go=rX ${root} COMMAND_ERROR_IS_FATAL ANY)
-  if(DEFINED ENV{SOURCE_DATE_EPOCH})
-    execute_process(COMMAND find ${root} -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} + COMMAND_ERROR_IS_FATAL ANY)
-  endif()
 endforeach()

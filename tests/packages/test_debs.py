@@ -1,8 +1,11 @@
 """The Debian packages: what is in them, what they need, and that what docs/install.md shows works with them."""
 
+import io
 import os
 import shutil
+import subprocess
 import sys
+import tarfile
 from pathlib import Path
 
 import pytest
@@ -79,6 +82,13 @@ def test_same_sources_give_the_same_bytes(debs, tmp_path):
     assert {name: package.read_bytes() for name, package in debs.items()} == {
         name: package.read_bytes() for name, package in again.items()
     }
+
+
+def test_nothing_in_them_is_younger_than_their_source(debs):
+    for package in debs.values():
+        content = subprocess.run(["dpkg-deb", "--fsys-tarfile", package], check=True, stdout=subprocess.PIPE).stdout
+        with tarfile.open(fileobj=io.BytesIO(content)) as archive:
+            assert {member.mtime for member in archive} == {int(EPOCH)}
 
 
 def test_lintian_finds_no_error(debs):
