@@ -65,6 +65,8 @@ if(NORIX_BUILD_FREI0R)
     PACKAGE_ENHANCES "ffmpeg, melt, kdenlive, gstreamer1.0-plugins-bad")
 endif()
 if(NORIX_BUILD_PYTHON)
+  math(EXPR next "${Python_VERSION_MINOR} + 1")
+  set(NORIX_PYTHON_DEPENDS "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next}), python3-numpy")
   package(python python3-norixengine python "video effects on decoded pictures (Python 3)"
     "${about}This package has the module norixengine for numpy arrays, and norixengine.batch,\nwhich renders clips on many machines."
     PACKAGE_DEPENDS "${library} (= ${version}), ${NORIX_PYTHON_DEPENDS}" PACKAGE_RECOMMENDS "norix, ffmpeg, python3-distributed")
