@@ -151,3 +151,4 @@ def test_what_the_page_shows_works(installed, tmp_path):
     picture = (tmp_path / "c.bgra").read_bytes()
     assert len(picture) == 64 * 48 * 4 and set(picture) == {0, 255}
     assert (tmp_path / "cpp.bgra").read_bytes() == picture
+    assert (tmp_path / "python.bgra").read_bytes() == picture
