@@ -160,6 +160,8 @@ void AddRenderCommand(CLI::App& app, std::function<int()>& run) {
   command->add_option("--frames", words->frames, "Number of frames to render [to the end]")
       ->type_name("N")
       ->check(CLI::PositiveNumber);
+  command->add_flag("--keep-times", request.keepTimes, "Keep the clip's times in a piece, which begins at 0 otherwise");
+  command->add_flag("--video-only", request.videoOnly, "Leave out sound, subtitles, chapters and all other streams");
   AddThreads(*command, request.threads);
   command
       ->add_option("--bands", request.bands,

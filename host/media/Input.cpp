@@ -100,6 +100,15 @@ std::optional<Reading> Input::read() {
   }
 }
 
+bool Input::seek(std::int64_t time) {
+  if (av_seek_frame(format_.get(), static_cast<int>(video_), time, AVSEEK_FLAG_BACKWARD) < 0) return false;
+  avcodec_flush_buffers(decoder_.get());
+  waiting_.clear();
+  drained_ = false;
+  lastTime_ = AV_NOPTS_VALUE;
+  return true;
+}
+
 /// Reads one packet and passes it on; false at the end of the input.
 bool Input::readPacket() {
   const int code = av_read_frame(format_.get(), packet_.get());
@@ -191,7 +200,7 @@ std::optional<ClipScan> ScanClip(const std::string& url) {
   const AVRational timeBase = input.video().time_base;
   const AVRational frameTime = av_inv_q(input.frameRate());
   const std::int64_t regular = av_rescale_q(1, frameTime, timeBase);
-  ClipScan scan = {.frames = 0, .start = 0, .end = 0, .constantRate = true};
+  ClipScan scan = {.frames = 0, .start = 0, .end = 0, .constantRate = true, .times = {}, .keyTimes = {}};
   const PacketPtr packet = NewPacket();
   while (!Interrupted() && av_read_frame(&input.format(), packet.get()) >= 0) {
     // Packets that only help to decode others have no picture of their own.
@@ -200,12 +209,19 @@ std::optional<ClipScan> ScanClip(const std::string& url) {
       scan.start = scan.frames == 0 ? begin : std::min(scan.start, begin);
       scan.end = std::max(scan.end, begin + (packet->duration > 0 ? packet->duration : regular));
       ++scan.frames;
+      scan.times.push_back(packet->pts);
+      if ((packet->flags & AV_PKT_FLAG_KEY) != 0) scan.keyTimes.push_back(packet->pts);
       const std::int64_t frame = av_rescale_q(packet->pts, timeBase, frameTime);
       if (packet->pts == AV_NOPTS_VALUE || av_rescale_q(frame, frameTime, timeBase) != packet->pts)
         scan.constantRate = false;
     }
     av_packet_unref(packet.get());
   }
+  std::sort(scan.times.begin(), scan.times.end());
+  std::sort(scan.keyTimes.begin(), scan.keyTimes.end());
+  const bool twice = std::adjacent_find(scan.times.begin(), scan.times.end()) != scan.times.end();
+  // A missing time stamp is the least number.
+  if (twice || (!scan.times.empty() && scan.times.front() == AV_NOPTS_VALUE)) scan.times.clear();
   return scan;
 }
 

@@ -35,6 +35,10 @@ public:
   /// duration in the video stream's time base.
   std::optional<Reading> read();
 
+  /// Goes on at the key frame at or before a time, of which read() then hands out the pictures first. False when the
+  /// container cannot; then nothing more is to be read.
+  bool seek(std::int64_t time);
+
   /// What was wrong with the data, if anything: in words, empty when the input was whole.
   const std::string& damage() const { return damage_; }
 
@@ -70,6 +74,8 @@ struct ClipScan {
   std::int64_t end = 0;    ///< of the last picture
   /// Every time stamp is the nearest tick to a multiple of the frame duration.
   bool constantRate = false;
+  std::vector<std::int64_t> times;     ///< of all pictures, rising; empty when one has none or two have the same
+  std::vector<std::int64_t> keyTimes;  ///< of the key frames, rising
 };
 
 /// The number of times 0, 1 / rate, 2 / rate ... that lie before `length`, which has ticks of `timeBase`. A tick of

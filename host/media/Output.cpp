@@ -118,7 +118,7 @@ Output::Output(const OutputWishes& wishes, const Input& input, const VideoForm& 
   addVideoStream(input, form);
   if (others == OtherStreams::kKeep) addStreams(input);
   CopyMetadata(&format_->metadata, input.format().metadata);
-  copyChapters(input.format());
+  if (others != OtherStreams::kVideoOnly) copyChapters(input.format());
   openFile();
 }
 

@@ -38,7 +38,8 @@ struct VideoForm {
 /// What becomes of the input's streams other than the video.
 enum class OtherStreams {
   kKeep,
-  kLeaveOut,  ///< the caller adds its own sound
+  kLeaveOut,   ///< the caller adds its own sound
+  kVideoOnly,  ///< nothing but the video, nor chapters, which some containers keep as a stream
 };
 
 /// A file with one encoded video stream and the input's other streams, under its final name only when whole.

@@ -17,9 +17,16 @@ constexpr std::int64_t kMostLagSeconds = 10;
 
 std::int64_t TimeOf(const AVPacket& packet) { return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts; }
 
+/// Which picture of the clip has that time; beyond the last when none has.
+std::int64_t IndexOf(std::int64_t time, const std::vector<std::int64_t>& times) {
+  const auto found = std::lower_bound(times.begin(), times.end(), time);
+  return found != times.end() && *found == time ? found - times.begin() : static_cast<std::int64_t>(times.size());
+}
+
 }  // namespace
 
-ClipReader::ClipReader(Input& input, std::int64_t firstFrame, std::optional<std::int64_t> frameCount, const char* option)
+ClipReader::ClipReader(Input& input, std::int64_t firstFrame, std::optional<std::int64_t> frameCount, const char* option,
+                       const std::vector<std::int64_t>* times)
     : input_(input), firstFrame_(firstFrame), passedEnd_(input.format().nb_streams, false) {
   constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
   if (frameCount && *frameCount <= kMost - firstFrame) endFrame_ = firstFrame + *frameCount;
@@ -36,7 +43,9 @@ ClipReader::ClipReader(Input& input, std::int64_t firstFrame, std::optional<std:
     startTime_ = reachedTime_ = reading->frame->pts;
     held_.erase(std::remove_if(held_.begin(), held_.end(), [&](const PacketPtr& packet) { return !belongs(*packet); }),
                 held_.end());
+    if (times) nextIndex_ = IndexOf(startTime_, *times);
     if (nextIndex_++ < firstFrame_) continue;
+    if (nextIndex_ != firstFrame_ + 1) Fail("'{}': the picture {} cannot be found again", input_.url(), firstFrame_);
     pending_ = std::move(reading->frame);
     return;
   }

@@ -22,9 +22,9 @@ struct ClipPart {
 class ClipReader {
 public:
   /// Reads up to the first picture. Fails when the clip is too short for that, or has none; `option` is where the user said
-  /// which picture comes first.
+  /// which picture comes first. With `times`, of all the clip's pictures, `input` may stand before the piece already.
   ClipReader(Input& input, std::int64_t firstFrame, std::optional<std::int64_t> frameCount,
-             const char* option = "--start-frame");
+             const char* option = "--start-frame", const std::vector<std::int64_t>* times = nullptr);
 
   /// The piece's first time stamp, in the video's time base.
   std::int64_t startTime() const { return startTime_; }

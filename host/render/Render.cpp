@@ -10,6 +10,7 @@
 #include "render/ClipReader.h"
 #include "render/FileRun.h"
 #include "render/Pipeline.h"
+#include "render/ShortCut.h"
 #include "render/Workers.h"
 
 namespace norix::host {
@@ -66,17 +67,18 @@ std::optional<std::int64_t> ExpectedFrames(const RenderRequest& request, const s
   return request.frames ? std::min(*request.frames, frames) : frames;
 }
 
-/// The time that becomes 0 in the output: a piece's first, and that of broadcasts, which begin at any time.
+/// The time that becomes 0 in the output: a piece's first unless it keeps the clip's times, and that of broadcasts, which
+/// begin at any time.
 std::int64_t StartOf(const Input& input, const RenderRequest& request, const ClipReader& reader) {
-  if (request.startFrame > 0) return reader.startTime();
+  if (request.startFrame > 0 && !request.keepTimes) return reader.startTime();
   const bool broadcast = (input.format().iformat->flags & AVFMT_TS_DISCONT) != 0;
   if (!broadcast || input.format().start_time == AV_NOPTS_VALUE) return 0;
   return av_rescale_q(input.format().start_time, AV_TIME_BASE_Q, input.video().time_base);
 }
 
-/// The length of a piece, nearly where the frame rate varies; it cuts the chapters.
+/// The length of a piece that begins at 0, nearly where the frame rate varies; it cuts the chapters.
 std::optional<std::int64_t> LengthOf(const Input& input, const RenderRequest& request) {
-  if (!request.frames) return std::nullopt;
+  if (!request.frames || request.keepTimes) return std::nullopt;
   return av_rescale_q(*request.frames, av_inv_q(input.frameRate()), input.video().time_base);
 }
 
@@ -101,8 +103,10 @@ ExitCode Render(const RenderRequest& request) {
   form.bandWorkers = &bandWorkers;
   form.seed = request.seed;
   const Chain chain(WithSpans(request, clipFrames, input.frameRate()), form);
-  ClipReader reader(input, request.startFrame, request.frames);
-  Output output(request.output, input, VideoFormOf(input, chain, form, scan && scan->constantRate));
+  const bool shortCut = request.videoOnly && scan && TakeShortCut(input, *scan, request.startFrame);
+  ClipReader reader(input, request.startFrame, request.frames, "--start-frame", shortCut ? &scan->times : nullptr);
+  Output output(request.output, input, VideoFormOf(input, chain, form, scan && scan->constantRate),
+                request.videoOnly ? OtherStreams::kVideoOnly : OtherStreams::kKeep);
   output.startAt(StartOf(input, request, reader), input.video().time_base, LengthOf(input, request));
 
   const PipelineEnds ends = {.read = [&] { return reader.next(); },

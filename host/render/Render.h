@@ -23,6 +23,8 @@ struct RenderRequest {
   int bands = 1;
   std::int64_t startFrame = 0;
   std::optional<std::int64_t> frames;
+  bool videoOnly = false;  ///< sound and other streams are left out
+  bool keepTimes = false;  ///< a piece has the times of its frames in the whole clip
   unsigned seed = 1;
   ProgressStyle progress = ProgressStyle::kAutomatic;
 };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "host/HostTest.h"
 
@@ -138,6 +139,87 @@ TEST_F(PieceTest, ChaptersFollow) {
   EXPECT_NEAR(seconds(1, "start_time"), 0.6, 0.001);
   EXPECT_EQ(chapters.size(), 2U) << "the fourth begins behind the piece";
   EXPECT_LE(seconds(1, "end_time"), 0.801);
+}
+
+TEST_F(PieceTest, MayKeepTheTimesOfTheClip) {
+  MakeClip("clip.mp4", 64, 48, kFrames);
+  Words words = Asking({25, 20});
+  words.insert(words.end(), {"--codec", "ffv1", "--keep-times"});
+  RenderWell("clip.mp4", "piece.mkv", words);
+  RenderWell("clip.mp4", "whole.mkv", {"--effect", "Mirror Move X", "--level", "0:10000", "--codec", "ffv1"});
+  const std::vector<Timed> piece = FrameTimes(In("piece.mkv"));
+  const std::vector<Timed> whole = FrameTimes(In("whole.mkv"));
+  ASSERT_EQ(piece.size(), 20U);
+  // The whole begins later than its first picture by what its sound needs before.
+  for (std::size_t i = 0; i < piece.size(); ++i) {
+    EXPECT_EQ(piece[i].pts, whole[25 + i].pts - whole[0].pts) << "frame " << i;
+  }
+  const std::vector<Timed> sound = Packets(In("piece.mkv"), "a:0");
+  ASSERT_FALSE(sound.empty());
+  EXPECT_GE(sound.front().pts, 1000000);
+  EXPECT_LT(sound.back().pts, 1800000);
+}
+
+TEST_F(PieceTest, MayHoldPicturesOnly) {
+  MakeClip("plain.mkv", 64, 48, kFrames);
+  SetContent(In("words.srt"), "1\n00:00:00,100 --> 00:00:02,000\nHello\n");
+  SetContent(In("chapters.txt"), ";FFMETADATA1\ntitle=Full\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=2000\ntitle=One\n");
+  FFmpeg({"-i", In("plain.mkv"), "-i", In("words.srt"), "-i", In("chapters.txt"), "-map", "0", "-map", "1", "-map_metadata",
+          "2", "-c", "copy", In("clip.mkv")});
+  ASSERT_EQ(Probe(In("clip.mkv")).at("streams").size(), 3U);
+  for (const std::string name : {"out.mkv", "out.mp4"}) {
+    const Ending ending = RenderWell("clip.mkv", name, {"--effect", "Swirl", "--video-only"});
+    EXPECT_EQ(ending.err, "") << "what was asked to be left out is no news";
+    const nlohmann::json probe = Probe(In(name));
+    ASSERT_EQ(probe.at("streams").size(), 1U) << name;
+    EXPECT_EQ(probe.at("streams")[0].at("codec_type"), "video");
+    EXPECT_TRUE(probe.at("chapters").empty());
+    EXPECT_EQ(FrameTimes(In(name)).size(), static_cast<std::size_t>(kFrames));
+  }
+}
+
+/** Clips that do not decode from every key frame on to the same pictures. */
+class ShortCutTest : public PieceTest, public testing::WithParamInterface<std::pair<const char*, Words>> {};
+
+TEST_P(ShortCutTest, LeavesThePicturesAsTheyAre) {
+  const auto& [name, encoding] = GetParam();
+  MakeSilentClip(name, 64, 48, kFrames, encoding);
+  RenderWell(name, "whole.mkv", {"--effect", "Swirl", "--level", "0:10000", "--codec", "ffv1"});
+  const Clip whole = ReadClip(In("whole.mkv"), "yuv420p");
+  ASSERT_EQ(whole.frames.size(), static_cast<std::size_t>(kFrames));
+  for (const int first : {1, 24, 35, 36, 37, 47, 59}) {
+    SCOPED_TRACE(first);
+    RenderWell(name, "piece.mkv",
+               {"-y", "--effect", "Swirl", "--level", "0:10000", "--codec", "ffv1", "--video-only", "--start-frame",
+                std::to_string(first), "--frames", "3"});
+    Clip expected = whole;
+    const auto begin = whole.frames.begin() + first;
+    expected.frames.assign(begin, begin + std::min(3, kFrames - first));
+    ExpectSameFrames(expected, ReadClip(In("piece.mkv"), "yuv420p"));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, ShortCutTest,
+                         testing::Values(std::pair("closed.mp4", Words{}),
+                                         std::pair("open.mp4", Words{"-bf", "3", "-x264-params", "open-gop=1:scenecut=0"}),
+                                         std::pair("open.mkv", Words{"-bf", "3", "-x264-params", "open-gop=1:scenecut=0"}),
+                                         std::pair("refreshed.mkv",
+                                                   Words{"-bf", "0", "-x264-params", "intra-refresh=1:scenecut=0"}),
+                                         std::pair("mpeg2.mkv", Words{"-c:v", "mpeg2video", "-bf", "2", "-g", "12"}),
+                                         std::pair("broadcast.ts", Words{})));
+
+TEST_F(PieceTest, OfPicturesOnlyDoesNotDecodeFromTheBeginning) {
+  MakeSilentClip("clip.mkv", 64, 48, kFrames, {"-c:v", "png", "-pix_fmt", "rgb24"});
+  std::string bytes = Content(In("clip.mkv"));
+  // The header of the second picture.
+  const std::size_t picture = bytes.find("IHDR", bytes.find("IHDR") + 1);
+  ASSERT_NE(picture, std::string::npos);
+  for (std::size_t i = picture; i < picture + 20; ++i) bytes[i] = static_cast<char>(~bytes[i]);
+  SetContent(In("clip.mkv"), bytes);
+  EXPECT_EQ(Render("clip.mkv", "all.mkv", {"--effect", "Swirl", "--video-only"}).code, 1) << "the beginning is damaged";
+  EXPECT_EQ(Render("clip.mkv", "piece.mkv", {"--effect", "Swirl", "--start-frame", "50"}).code, 1);
+  RenderWell("clip.mkv", "pictures.mkv", {"--effect", "Swirl", "--video-only", "--start-frame", "50"});
+  EXPECT_EQ(FrameTimes(In("pictures.mkv")).size(), 10U);
 }
 
 TEST_F(PieceTest, BehindTheEndIsRefused) {
