@@ -10,7 +10,6 @@ target_compile_options(
             -Wsign-conversion
             -Wshadow
             -ffp-contract=off # a fused multiply-add would change output bytes
-            -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. # the same bytes wherever the sources are
             $<$<BOOL:${NORIX_WERROR}>:-Werror>
             $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Wnon-virtual-dtor;-Woverloaded-virtual>)
 

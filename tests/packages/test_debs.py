@@ -147,6 +147,7 @@ def test_what_the_page_shows_works(installed, tmp_path):
     run(sys.executable, page, SOURCE / "docs/install.md", cwd=tmp_path, env=installed)
     for name in ["swirl.mp4", "joined.mp4", "ffmpeg.mp4", "melt.mp4"]:
         assert frames(tmp_path / name) > 20, name
+    assert frames(tmp_path / "batch.mp4") == frames(tmp_path / "clip.mp4")
     assert (tmp_path / "gstreamer.png").read_bytes().startswith(b"\x89PNG")
     picture = (tmp_path / "c.bgra").read_bytes()
     assert len(picture) == 64 * 48 * 4 and set(picture) == {0, 255}
