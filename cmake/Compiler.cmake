@@ -22,3 +22,7 @@ if(NORIX_SANITIZE)
   endif()
   target_link_options(norix_compiler INTERFACE ${sanitizers})
 endif()
+
+# Kernels keep vectors in structures and on tables of known size, which instruction sets without a fixed width cannot do.
+target_compile_definitions(
+  norix_compiler INTERFACE "HWY_DISABLED_TARGETS=(HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128|HWY_RVV)")

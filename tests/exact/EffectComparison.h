@@ -75,7 +75,7 @@ private:
 /** Effects in one pixel format, with random numbers that each family of tests draws from a start of its own. */
 class OneFormatTest : public testing::TestWithParam<Format> {
 protected:
-  explicit OneFormatTest(std::uint64_t start) : random_(static_cast<std::uint64_t>(GetParam().code) * 7919U + start) {}
+  explicit OneFormatTest(std::uint64_t start) : random_(static_cast<std::uint64_t>(NumberOf(GetParam())) * 7919U + start) {}
 
   PictureShape Shape(int width, int height) { return ShapeWithLines(format_, width, height, random_); }
 

@@ -24,4 +24,6 @@ const Format& FormatOf(int code) {
   throw std::invalid_argument("no test pictures of this format");
 }
 
+int NumberOf(const Format& format) { return static_cast<int>(&FormatOf(format.code) - kFormats); }
+
 }  // namespace norix::test

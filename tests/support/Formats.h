@@ -53,6 +53,9 @@ std::span<const Format> RenderedFormats();
 
 const Format& FormatOf(int code);
 
+/** Its place in AllFormats(): the same in every numbering of pixel formats. */
+int NumberOf(const Format& format);
+
 }  // namespace norix::test
 
 #endif

@@ -402,7 +402,7 @@ public:
       for (std::size_t p = 0; p < FocusRow<kBytes>::kPlanes; ++p) {
         const std::uint8_t* in = row.in[p] + std::ptrdiff_t{begin} * kBytes;
         std::uint8_t* out = row.out[p] + std::ptrdiff_t{begin} * kBytes;
-        DoubtfulBlocks<kSamples> doubtful;
+        DoubtfulBlocks<std::size_t{kSamples}> doubtful;
         int i = 0;
         for (; i + kSamples <= count; i += kSamples)
           doubtful.Note(i, lanes.Fade(weights + i, in + i * kBytes, out + i * kBytes));

@@ -254,7 +254,7 @@ void SketchStrip(const SketchSetup& s, const SketchJob& job, std::ptrdiff_t firs
   const auto bias = hn::Set(Words(), static_cast<std::int16_t>(s.bias));
   const std::ptrdiff_t columns = kNarrow ? n : end - first;
   const auto narrowBytes = static_cast<std::size_t>(end - first) * kBytes;
-  std::uint8_t padded[kNarrow ? kBytes * 2 * HWY_MAX_BYTES : 1] = {};
+  std::uint8_t padded[kNarrow ? std::size_t{kBytes} * 2 * HWY_MAX_BYTES : 1] = {};
   std::uint8_t grays[3][kSketchStrip + 2 * HWY_MAX_BYTES];
   std::uint8_t edges[kSketchStrip + HWY_MAX_BYTES];
   std::uint8_t edges3[kBytes == 3 ? 3 * (kSketchStrip + HWY_MAX_BYTES) : 1];

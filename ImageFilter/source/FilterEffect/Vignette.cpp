@@ -492,7 +492,7 @@ HWY_NOINLINE void ShadeRing(const VignetteSetup& setup, VignetteColumns& columns
     };
     if (past - at < kStep) {
       // Filled up with bytes that are settled whatever their weights.
-      std::uint8_t bytes[kStep];
+      std::uint8_t bytes[std::size_t{kStep}];
       std::memset(bytes, kShade == Shade::kChroma ? 128 : 0, kStep);
       std::memcpy(bytes, in + at, static_cast<std::size_t>(past - at));
       const std::uint64_t unsettled = lanes.Make(bytes, bytes, weights + begin, 0);

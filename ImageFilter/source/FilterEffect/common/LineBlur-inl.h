@@ -394,9 +394,9 @@ constexpr int RowsTogether(int bytesPerPixel) {
 
 template <int kRows>
 struct BlurRowGroup {
-  TapRows taps[kRows];
-  const std::uint8_t* own[kRows];
-  std::uint8_t* out[kRows];
+  TapRows taps[std::size_t{kRows}];
+  const std::uint8_t* own[std::size_t{kRows}];
+  std::uint8_t* out[std::size_t{kRows}];
 };
 
 template <int kBytesPerPixel, bool kChroma, TapWindows kWindows, int kRows>
