@@ -66,6 +66,8 @@ def test_man_has_nothing_to_complain_about(pages):
     for page in sorted(pages.rglob("*.[13]")):
         if page.read_text().startswith(".so "):
             continue
-        complaints = run("sh", "-c", 'man --warnings -l "$1" 2>&1 >/dev/null', "sh", page, env={**os.environ, "LC_ALL": "C.UTF-8"})
+        complaints = run(
+            "sh", "-c", 'man --warnings -l "$1" 2>&1 >/dev/null', "sh", page, env={**os.environ, "LC_ALL": "C.UTF-8"}
+        )
         assert complaints == "", page
         assert re.search(r'^.*: "\w+ - \S.*"$', run("lexgrog", page).strip()), page

@@ -51,7 +51,9 @@ def test_cmake_package(prefix, arch, tmp_path, target):
 def test_cmake_package_refuses_another_major_version(prefix, tmp_path):
     shutil.copytree(CONSUMER, tmp_path / "source")
     with pytest.raises(AssertionError, match="compatible with requested version"):
-        run("cmake", "-S", tmp_path / "source", "-B", tmp_path / "build", f"-DCMAKE_PREFIX_PATH={prefix}", "-DVERSION=7")
+        run(
+            "cmake", "-S", tmp_path / "source", "-B", tmp_path / "build", f"-DCMAKE_PREFIX_PATH={prefix}", "-DVERSION=7"
+        )
 
 
 def test_norix_finds_the_library_beside_it(prefix, arch):
