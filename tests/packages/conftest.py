@@ -8,6 +8,8 @@ import pytest
 
 BUILD = Path(os.environ["NORIX_BUILD"])
 SOURCE = Path(os.environ["NORIX_SOURCE"])
+# Below a prefix.
+LIBRARIES = Path(os.environ["NORIX_LIBRARY_FOLDER"])
 
 
 def run(*command, **options):
@@ -25,9 +27,3 @@ def prefix(tmp_path_factory):
     folder = tmp_path_factory.mktemp("prefix")
     run("cmake", "--install", BUILD, "--prefix", folder)
     return folder
-
-
-@pytest.fixture(scope="session")
-def arch():
-    """The folder of this machine's libraries below lib."""
-    return Path("lib") / run("gcc", "-print-multiarch").strip()

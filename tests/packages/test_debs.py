@@ -9,7 +9,7 @@ import tarfile
 from pathlib import Path
 
 import pytest
-from conftest import BUILD, SOURCE, run
+from conftest import BUILD, LIBRARIES, SOURCE, run
 
 EPOCH = "1700000000"
 
@@ -42,17 +42,17 @@ def root(debs, tmp_path_factory):
 
 
 @pytest.fixture
-def installed(root, arch, tmp_path):
+def installed(root, tmp_path):
     """An environment in which the unpacked packages are found like installed ones, and no others."""
     usr = root / "usr"
     return {
         **os.environ,
         "PATH": f"{usr}/bin:{os.environ['PATH']}",
-        "LD_LIBRARY_PATH": f"{usr / arch}",
+        "LD_LIBRARY_PATH": f"{usr / LIBRARIES}",
         "FREI0R_PATH": f"{usr}/lib/frei0r-1",
         "PYTHONPATH": f"{usr}/lib/python3/dist-packages",
         "PYTHONDONTWRITEBYTECODE": "1",
-        "PKG_CONFIG_PATH": f"{usr / arch}/pkgconfig",
+        "PKG_CONFIG_PATH": f"{usr / LIBRARIES}/pkgconfig",
         "CMAKE_PREFIX_PATH": f"{usr}",
         "GST_REGISTRY": f"{tmp_path}/gst-registry",
         "QT_QPA_PLATFORM": "offscreen",

@@ -5,7 +5,7 @@ import shutil
 from pathlib import Path
 
 import pytest
-from conftest import run
+from conftest import LIBRARIES, run
 
 CONSUMER = Path(__file__).parent / "consumer"
 FLAGS = {
@@ -26,26 +26,26 @@ def check_runs(program, folder):
 
 
 @pytest.mark.parametrize("source", FLAGS)
-def test_pkg_config(prefix, arch, tmp_path, source):
-    environment = {**os.environ, "PKG_CONFIG_PATH": str(prefix / arch / "pkgconfig")}
+def test_pkg_config(prefix, tmp_path, source):
+    environment = {**os.environ, "PKG_CONFIG_PATH": str(prefix / LIBRARIES / "pkgconfig")}
     flags = run("pkg-config", "--cflags", "--libs", "NorixEngine", "libavutil", env=environment).split()
     assert f"-I{prefix}/include" in flags
     run(*FLAGS[source], CONSUMER / source, "-o", tmp_path / "program", *flags)
-    check_runs(tmp_path / "program", prefix / arch)
+    check_runs(tmp_path / "program", prefix / LIBRARIES)
 
 
-def test_pkg_config_knows_the_version(prefix, arch):
-    environment = {**os.environ, "PKG_CONFIG_PATH": str(prefix / arch / "pkgconfig")}
+def test_pkg_config_knows_the_version(prefix):
+    environment = {**os.environ, "PKG_CONFIG_PATH": str(prefix / LIBRARIES / "pkgconfig")}
     version = run("pkg-config", "--modversion", "NorixEngine", env=environment).strip()
     assert run(prefix / "bin/norix", "--version").startswith(f"norix {version} (")
 
 
 @pytest.mark.parametrize("target", ["c_program", "cpp_program"])
-def test_cmake_package(prefix, arch, tmp_path, target):
+def test_cmake_package(prefix, tmp_path, target):
     shutil.copytree(CONSUMER, tmp_path / "source")
     run("cmake", "-S", tmp_path / "source", "-B", tmp_path / "build", f"-DCMAKE_PREFIX_PATH={prefix}", "-DVERSION=0.1")
     run("cmake", "--build", tmp_path / "build", "--target", target)
-    check_runs(tmp_path / "build" / target, prefix / arch)
+    check_runs(tmp_path / "build" / target, prefix / LIBRARIES)
 
 
 def test_cmake_package_refuses_another_major_version(prefix, tmp_path):
@@ -56,8 +56,8 @@ def test_cmake_package_refuses_another_major_version(prefix, tmp_path):
         )
 
 
-def test_norix_finds_the_library_beside_it(prefix, arch):
-    assert f"{prefix}/bin/../{arch}/libNorixEngine.so.0" in run("ldd", prefix / "bin/norix")
+def test_norix_finds_the_library_beside_it(prefix):
+    assert f"{prefix}/bin/../{LIBRARIES}/libNorixEngine.so.0" in run("ldd", prefix / "bin/norix")
 
 
 def test_a_moved_installation_works(prefix, tmp_path):
