@@ -88,7 +88,7 @@ std::string Arguments(const CommandInfo& command, const std::vector<OptionInfo>&
   for (const OptionInfo& option : common) text += Specifications(option, indent);
   for (const ArgumentInfo& argument : command.arguments) {
     const std::string action = argument.isFolder ? "_files -/" : "_files";
-    text += indent + ShellWord(":" + Escape(argument.text, ":\\") + ":" + action) + " \\\n";
+    text += fmt::format("{}{} \\\n", indent, ShellWord(fmt::format(":{}:{}", Escape(argument.text, ":\\"), action)));
   }
   return text + indent + "&& ret=0\n";
 }

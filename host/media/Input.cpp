@@ -177,7 +177,7 @@ void Input::noteEnd(const AVPacket& packet) {
   const std::int64_t begin = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
   if (begin == AV_NOPTS_VALUE) return;
   const AVRational timeBase = format_->streams[packet.stream_index]->time_base;
-  end_ = std::max(end_, av_rescale_q(begin + packet.duration, timeBase, AV_TIME_BASE_Q));
+  end_ = std::max(end_, av_rescale_q(begin + packet.duration, timeBase, av_get_time_base_q()));
 }
 
 /// Some containers end without a word where a file was cut off; then only the length they promise tells.

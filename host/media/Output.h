@@ -122,7 +122,7 @@ private:
   std::int64_t lastFrameTime_ = AV_NOPTS_VALUE;     // in the encoder's time base
   std::map<std::int64_t, std::int64_t> durations_;  // of pictures inside the encoder, by time stamp
   std::int64_t offset_ = 0;                         // taken from all times
-  AVRational offsetTimeBase_ = AV_TIME_BASE_Q;
+  AVRational offsetTimeBase_ = av_get_time_base_q();
   std::vector<std::string> notes_;
   bool headerWritten_ = false;
 };

@@ -73,7 +73,7 @@ std::int64_t StartOf(const Input& input, const RenderRequest& request, const Cli
   if (request.startFrame > 0 && !request.keepTimes) return reader.startTime();
   const bool broadcast = (input.format().iformat->flags & AVFMT_TS_DISCONT) != 0;
   if (!broadcast || input.format().start_time == AV_NOPTS_VALUE) return 0;
-  return av_rescale_q(input.format().start_time, AV_TIME_BASE_Q, input.video().time_base);
+  return av_rescale_q(input.format().start_time, av_get_time_base_q(), input.video().time_base);
 }
 
 /// The length of a piece that begins at 0, nearly where the frame rate varies; it cuts the chapters.
