@@ -548,9 +548,11 @@ void WarpPlane(const WarpCircle& circle, const WarpEstimate& estimate, const War
 template <class Lanes, int kBytes, bool kMirrored>
 void WarpPlanes(const WarpCircle& circle, const WarpEstimate& estimate, const WarpPicture& picture) {
   HWY_ALIGN double places[kMirrored ? kWidestMirrored : 1];
-  if (kMirrored) {
+  if constexpr (kMirrored) {
     const double step = 1.0 / picture.width;
     FillRunningSum(0.0, step, static_cast<std::size_t>(picture.width), places);
+  } else {
+    places[0] = 0;
   }
   WarpGrid luma{picture.width, picture.height, 1, picture.src[0], picture.dst[0]};
   if constexpr (kBytes == 1) {
