@@ -179,7 +179,7 @@ TEST_F(PieceTest, MayHoldPicturesOnly) {
 }
 
 /** Clips that do not decode from every key frame on to the same pictures. */
-class ShortCutTest : public PieceTest, public testing::WithParamInterface<std::pair<const char*, Words>> {};
+class ShortCutTest : public PieceTest, public testing::WithParamInterface<std::pair<std::string, Words>> {};
 
 TEST_P(ShortCutTest, LeavesThePicturesAsTheyAre) {
   const auto& [name, encoding] = GetParam();
