@@ -117,7 +117,7 @@ testing::AssertionResult EffectComparison::AgreesBesidePages(const Picture& sour
     from.Protect();
     GuardedPicture to(before, guard);
     Render(to.Frame(), from.Frame(), params_.Clone().Get(), whole, 1);
-    if (!to.ShowsTheSameAs(expected))
+    if (!to.HoldsTheSameAs(expected))
       return testing::AssertionFailure() << Describe(shape, shape, whole, 1) << ", beside unreadable pages, with "
                                          << TargetName(target);
   }

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -12,16 +13,26 @@ namespace {
 
 std::size_t PageSize() { return static_cast<std::size_t>(sysconf(_SC_PAGESIZE)); }
 
+std::uint8_t* RowOf(const AVFrame& frame, int plane, int row) {
+  return frame.data[plane] + static_cast<std::ptrdiff_t>(row) * frame.linesize[plane];
+}
+
 }  // namespace
 
-GuardedPicture::GuardedPicture(const Picture& picture, Guard guard) {
+int GuardedPicture::RowsWithRoom(const Picture& picture, int plane) const {
+  return picture.Rows(plane) + (plane == 1 || plane == 2 ? chromaRoom_ : 0);
+}
+
+GuardedPicture::GuardedPicture(const Picture& picture, Guard guard, int chromaRoom) : chromaRoom_(chromaRoom) {
   const std::size_t page = PageSize();
   frame_.format = picture.Shape().format;
   frame_.width = picture.Shape().width;
   frame_.height = picture.Shape().height;
   for (int plane = 0; plane < picture.PlaneCount(); ++plane) {
-    const auto rowBytes = static_cast<std::size_t>(picture.RowBytes(plane));
-    const std::size_t bytes = rowBytes * static_cast<std::size_t>(picture.Rows(plane));
+    const int lineSize = picture.Frame()->linesize[plane];
+    const auto lineBytes = static_cast<std::size_t>(std::abs(lineSize));
+    const int rows = RowsWithRoom(picture, plane);
+    const std::size_t bytes = lineBytes * static_cast<std::size_t>(rows);
     const std::size_t inner = (bytes + page - 1) / page * page;
     Mapping& mapping = mappings_[static_cast<std::size_t>(plane)];
     mapping.bytes = inner + 2 * page;
@@ -30,14 +41,10 @@ GuardedPicture::GuardedPicture(const Picture& picture, Guard guard) {
     mapping.memory = static_cast<std::uint8_t*>(memory);
     if (mprotect(mapping.memory + page, inner, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
     std::uint8_t* const begin = mapping.memory + page + (guard == Guard::kBehind ? inner - bytes : 0);
-    const bool bottomUp = picture.Shape().bottomUp[static_cast<std::size_t>(plane)];
-    frame_.data[plane] = bottomUp ? begin + bytes - rowBytes : begin;
-    frame_.linesize[plane] = bottomUp ? -picture.RowBytes(plane) : picture.RowBytes(plane);
-    for (int row = 0; row < picture.Rows(plane); ++row) {
-      const std::uint8_t* const from =
-          picture.Frame()->data[plane] + static_cast<std::ptrdiff_t>(row) * picture.Frame()->linesize[plane];
-      std::memcpy(frame_.data[plane] + static_cast<std::ptrdiff_t>(row) * frame_.linesize[plane], from, rowBytes);
-    }
+    frame_.data[plane] = lineSize < 0 ? begin + bytes - lineBytes : begin;
+    frame_.linesize[plane] = lineSize;
+    for (int row = 0; row < rows; ++row)
+      std::memcpy(RowOf(frame_, plane, row), RowOf(*picture.Frame(), plane, row), lineBytes);
   }
 }
 
@@ -52,16 +59,11 @@ void GuardedPicture::Protect() {
     if (mapping.memory != nullptr) mprotect(mapping.memory + page, mapping.bytes - 2 * page, PROT_READ);
 }
 
-bool GuardedPicture::ShowsTheSameAs(const Picture& picture) const {
+bool GuardedPicture::HoldsTheSameAs(const Picture& picture) const {
   for (int plane = 0; plane < picture.PlaneCount(); ++plane) {
-    const auto rowBytes = static_cast<std::size_t>(picture.RowBytes(plane));
-    for (int row = 0; row < picture.Rows(plane); ++row) {
-      const std::uint8_t* const expected =
-          picture.Frame()->data[plane] + static_cast<std::ptrdiff_t>(row) * picture.Frame()->linesize[plane];
-      if (std::memcmp(frame_.data[plane] + static_cast<std::ptrdiff_t>(row) * frame_.linesize[plane], expected, rowBytes) !=
-          0)
-        return false;
-    }
+    const auto lineBytes = static_cast<std::size_t>(std::abs(frame_.linesize[plane]));
+    for (int row = 0; row < RowsWithRoom(picture, plane); ++row)
+      if (std::memcmp(RowOf(frame_, plane, row), RowOf(*picture.Frame(), plane, row), lineBytes) != 0) return false;
   }
   return true;
 }

@@ -11,14 +11,18 @@ namespace norix::test {
 
 /** Where the memory that nobody may touch lies. */
 enum class Guard {
-  kBehind, /**< every plane ends with the last pixel before an unreadable page */
+  kBehind, /**< every plane ends right before an unreadable page */
   kBefore, /**< every plane begins right behind an unreadable page */
 };
 
-/** A copy of a picture's planes without padding, each beside an unreadable page: a stray access ends the process. */
+/**
+ * A copy of a picture's planes, padding included, each beside an unreadable page: a stray access ends the process. Without
+ * padding a plane ends with its last pixel.
+ */
 class GuardedPicture {
 public:
-  GuardedPicture(const Picture& picture, Guard guard);
+  /** U and V may have room for rows behind their last one. */
+  GuardedPicture(const Picture& picture, Guard guard, int chromaRoom = 0);
   GuardedPicture(const GuardedPicture&) = delete;
   GuardedPicture& operator=(const GuardedPicture&) = delete;
   ~GuardedPicture();
@@ -28,8 +32,8 @@ public:
   /** Makes the planes read-only: a write ends the process. */
   void Protect();
 
-  /** Compares all pixels. */
-  bool ShowsTheSameAs(const Picture& picture) const;
+  /** Compares all bytes: pixels, padding and the room behind U and V. */
+  bool HoldsTheSameAs(const Picture& picture) const;
 
 private:
   struct Mapping {
@@ -37,6 +41,9 @@ private:
     std::size_t bytes = 0;
   };
 
+  int RowsWithRoom(const Picture& picture, int plane) const;
+
+  int chromaRoom_;
   std::array<Mapping, 4> mappings_{};
   AVFrame frame_{};
 };

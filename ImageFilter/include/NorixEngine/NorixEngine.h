@@ -28,10 +28,27 @@
  * -----
  * A band is `rowCount` rows from `firstRow`, in full-resolution rows counted from the top; the whole picture is the band
  * 0, `height`. A call writes its band and may read all of the source. Nothing clips a band to the picture: that is the
- * host's word. Cut pictures with 4:2:0 chroma on even rows: with an odd `firstRow` some effects begin their chroma at row
- * (firstRow + 1) / 2 and reach the row after the chroma plane. A band is a computation of its own: running sums and
- * neighbourhoods begin at its first row, so joined bands are not in all effects the bytes of one whole-picture call.
- * `rowCount` below 1 writes no pixel.
+ * host's word. Cut pictures with 4:2:0 chroma on even rows, or bands share chroma rows (see "Memory"). A band is a
+ * computation of its own: running sums and neighbourhoods begin at its first row, so joined bands are not in all effects
+ * the bytes of one whole-picture call. `rowCount` below 1 writes no pixel.
+ *
+ * Memory
+ * ------
+ * A plane is `height` rows of |linesize| bytes, U and V (height + 1) / 2 rows; padding belongs to it, that of the last row
+ * too. With bands inside the picture, a call reads nothing outside the source's planes and writes nothing outside the
+ * destination's, whatever sizes, line sizes and parameters are, with one exception:
+ *  - A band with odd `firstRow` and odd `rowCount` that ends at the bottom of a YUV picture of even height reaches one row
+ *    behind the U and V planes, in both pictures: in copies, "Emboss", "Focus Color", "Mirror Move X", "Mirror Move Y" and
+ *    "Tile Scale". Copies are calls with null or ineffective parameters, "Ground Glass" on small pictures and "Comicbook"
+ * on YUV pictures.
+ *
+ * Inside the destination's planes a call writes the pixels of its band, in U and V the rows from firstRow / 2 up to
+ * (firstRow + 1) / 2 + (rowCount + 1) / 2, and also:
+ *  - padding: copies, "Mirror Move Y", "Focus Color" in the luma of YUV pictures and every effect in an alpha plane carry
+ * as many bytes of a row as the smaller of the two |linesize| has;
+ *  - other rows of the alpha plane: copies take rows (firstRow + 1) / 2 to (firstRow + 1) / 2 + (rowCount + 1) / 2 of it;
+ *  - other rows: "Ground Glass" on YUV pictures, the row after a band of odd `rowCount`, and any byte of the three planes
+ * when width or height is odd; "Comicbook" and "Focus Color" on packed pictures, any byte when the two line sizes differ.
  *
  * Threads
  * -------
