@@ -53,10 +53,11 @@
  * Threads
  * -------
  * The library starts no thread and takes no lock. Calls for disjoint bands, of one picture or several, may run at the same
- * time, also with one parameter object, as long as nobody changes, references or releases that object meanwhile. "Ripple":
- * one of a picture's bands begins at row 0 and builds tables in the object, the others wait for it; "Ground Glass" draws
- * from the process-wide rand(). filter_check_format() for "Sketch" and "Focus Color" fills tables that those effects read:
- * call it before the first frame.
+ * time, also with one parameter object, as long as nobody changes, references or releases that object meanwhile. "Ripple"
+ * keeps tables in its object: the band at row 0 builds those for its settings and size, the picture's other bands wait for
+ * it; pictures that share an object may be in work at the same time once the tables are there. "Ground Glass" draws from
+ * the process-wide rand(). filter_check_format() for "Sketch" and "Focus Color" fills tables that those effects read: call
+ * it before the first frame; it may be called on several threads at once.
  *
  * Errors
  * ------
