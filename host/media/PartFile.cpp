@@ -20,13 +20,17 @@ namespace {
 
 [[noreturn]] void FailExists(const fs::path& path) { Fail("'{}' exists already; add -y to replace it", path.string()); }
 
+/** Follows a link, so that it goes on pointing to the file. */
+fs::path Resolved(const fs::path& path) {
+  std::error_code error;
+  const fs::path resolved = fs::weakly_canonical(fs::absolute(path), error);
+  return error ? fs::absolute(path) : resolved;
+}
+
 }  // namespace
 
-PartFile::PartFile(const fs::path& path, bool overwrite) : overwrite_(overwrite) {
+PartFile::PartFile(const fs::path& path, bool overwrite) : final_(Resolved(path)), overwrite_(overwrite) {
   std::error_code error;
-  // A link is followed, so that it goes on pointing to the file.
-  final_ = fs::weakly_canonical(fs::absolute(path), error);
-  if (error) final_ = fs::absolute(path);
   const fs::file_status status = fs::status(final_, error);
   if (fs::is_directory(status)) Fail("'{}' is a folder; name a file in it", path.string());
   if (fs::exists(status) && !fs::is_regular_file(status)) {

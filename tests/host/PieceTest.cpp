@@ -199,7 +199,7 @@ TEST_P(ShortCutTest, LeavesThePicturesAsTheyAre) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, ShortCutTest,
+INSTANTIATE_TEST_SUITE_P(Clips, ShortCutTest,
                          testing::Values(std::pair("closed.mp4", Words{}),
                                          std::pair("open.mp4", Words{"-bf", "3", "-x264-params", "open-gop=1:scenecut=0"}),
                                          std::pair("open.mkv", Words{"-bf", "3", "-x264-params", "open-gop=1:scenecut=0"}),
