@@ -44,6 +44,13 @@ void CatchInterrupts() {
   sigaction(SIGPIPE, &ignore, nullptr);
 }
 
+void EndInterrupts() {
+  struct sigaction ignore = {};
+  ignore.sa_handler = SIG_IGN;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &ignore, nullptr);
+  if (Interrupted()) throw Failure(kInterrupted, "interrupted; nothing was written");
+}
+
 bool Interrupted() { return interrupted.load(std::memory_order_relaxed); }
 
 UnfinishedFile::UnfinishedFile(std::string path) : path_(std::move(path)) {

@@ -12,6 +12,9 @@ void CatchInterrupts();
 /// True once an interrupt has come in. Any thread.
 bool Interrupted();
 
+/// Ignores interrupts from here on: the result is there and is about to get its name. Fails when one has come in before.
+void EndInterrupts();
+
 /// While it lives, a second interrupt removes the file before it ends the process. Any thread; of more than 64 at a time
 /// the last ones stay.
 class UnfinishedFile {

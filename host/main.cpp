@@ -7,11 +7,13 @@
 #include <functional>
 #include <new>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "Failure.h"
 #include "Interrupt.h"
 #include "NearestName.h"
+#include "StandardStreams.h"
 #include "cli/CommandLine.h"
 #include "media/Av.h"
 
@@ -55,12 +57,13 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using namespace norix::host;
+  FillStandardStreams();
   CatchInterrupts();
   const auto report = [](const char* message) { std::fprintf(stderr, "norix: error: %s\n", message); };
   try {
     const int code = Run(argc, argv);
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return code;
-    report("cannot write to standard output");
+    FlushStandardOutput();
+    return code;
   } catch (const Failure& failure) {
     // Whatever an interrupted call reports, the interrupt is the reason.
     report(Interrupted() ? "interrupted; nothing was written" : failure.what());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "Failure.h"
@@ -82,15 +83,15 @@ FramePtr NewSamples(const AVCodecContext& like, int count) {
   return NewAudioFrame(kBetween, like.ch_layout, like.sample_rate, count);
 }
 
-AudioEncoder::AudioEncoder(const AVCodec& codec, const AVCodecParameters& like, bool globalHeader)
-    : encoder_(OrBadAlloc(avcodec_alloc_context3(&codec))) {
+AudioEncoder::AudioEncoder(const AVCodec& codec, const AVCodecParameters& like, bool globalHeader, std::string file)
+    : file_(std::move(file)), encoder_(OrBadAlloc(avcodec_alloc_context3(&codec))) {
   encoder_->sample_fmt = codec.sample_fmts ? codec.sample_fmts[0] : kBetween;
   encoder_->sample_rate = NearestSampleRate(codec, like.sample_rate);
   CopyLayout(encoder_->ch_layout, ChannelLayout(like.ch_layout).get());
   encoder_->time_base = {1, encoder_->sample_rate};
   encoder_->bit_rate = kBitsPerChannel * std::max(1, channels());
   if (globalHeader) encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  Check(avcodec_open2(encoder_.get(), &codec, nullptr), "encode");
+  check(avcodec_open2(encoder_.get(), &codec, nullptr));
   toCodec_ =
       NewResampler(encoder_->ch_layout, encoder_->sample_fmt, sampleRate(), encoder_->ch_layout, kBetween, sampleRate());
   fifo_.reset(OrBadAlloc(av_audio_fifo_alloc(encoder_->sample_fmt, channels(), kFallbackSamples)));
@@ -120,9 +121,14 @@ void AudioEncoder::encodeFromFifo(bool all, const Write& write) {
   }
 }
 
+void AudioEncoder::check(int code) const {
+  if (code >= 0) return;
+  Fail("cannot encode the sound of '{}' as {}: {}", file_, avcodec_get_name(encoder_->codec_id), ErrorText(code));
+}
+
 /// Null ends the stream.
 void AudioEncoder::send(const AVFrame* frame, const Write& write) {
-  Check(avcodec_send_frame(encoder_.get(), frame), "encode");
+  check(avcodec_send_frame(encoder_.get(), frame));
   const PacketPtr packet = NewPacket();
   while (avcodec_receive_packet(encoder_.get(), packet.get()) >= 0) {
     write(*packet);
@@ -130,14 +136,16 @@ void AudioEncoder::send(const AVFrame* frame, const Write& write) {
   }
 }
 
-AudioDecoder::AudioDecoder(const AVStream& from, const AudioEncoder& to)
+AudioDecoder::AudioDecoder(const AVStream& from, const AudioEncoder& to, const std::string& file)
     : timeBase_(from.time_base), sampleRate_(to.sampleRate()), layout_(to.codec().ch_layout) {
   const AVCodec* codec = avcodec_find_decoder(from.codecpar->codec_id);
-  if (!codec) Fail("this FFmpeg has no decoder for {} sound", avcodec_get_name(from.codecpar->codec_id));
+  if (!codec) Fail("'{}': this FFmpeg has no decoder for {} sound", file, avcodec_get_name(from.codecpar->codec_id));
   decoder_.reset(OrBadAlloc(avcodec_alloc_context3(codec)));
   Check(avcodec_parameters_to_context(decoder_.get(), from.codecpar), "decode");
   decoder_->pkt_timebase = from.time_base;
-  Check(avcodec_open2(decoder_.get(), codec, nullptr), "decode");
+  if (const int code = avcodec_open2(decoder_.get(), codec, nullptr); code < 0) {
+    Fail("'{}': cannot decode its {} sound: {}", file, codec->name, ErrorText(code));
+  }
 }
 
 void AudioDecoder::decode(const AVPacket& packet, const Take& take) {
@@ -154,15 +162,21 @@ void AudioDecoder::finish(const Take& take) {
 void AudioDecoder::receive(const Take& take) {
   const FramePtr frame = NewFrame();
   while (avcodec_receive_frame(decoder_.get(), frame.get()) >= 0) {
-    // What the stream's header says of its samples is not always true; the first frame is.
-    if (!resampler_) {
-      const ChannelLayout layout(frame->ch_layout);
-      resampler_ = NewResampler(layout_.get(), kBetween, sampleRate_, layout.get(),
-                                static_cast<AVSampleFormat>(frame->format), frame->sample_rate);
-    }
+    prepareFor(*frame, take);
     resample(frame.get(), take);
     av_frame_unref(frame.get());
   }
+}
+
+/// What the stream's header says of its samples is not always true; the frames are, and they may change midway.
+void AudioDecoder::prepareFor(const AVFrame& frame, const Take& take) {
+  const Form form = {frame.format, frame.sample_rate, frame.ch_layout.nb_channels};
+  if (resampler_ && form == form_) return;
+  if (resampler_) resample(nullptr, take);
+  const ChannelLayout layout(frame.ch_layout);
+  resampler_ = NewResampler(layout_.get(), kBetween, sampleRate_, layout.get(), static_cast<AVSampleFormat>(frame.format),
+                            frame.sample_rate);
+  form_ = form;
 }
 
 /// Null hands out what the resampler holds.

@@ -11,6 +11,7 @@ extern "C" {
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "media/Av.h"
 
@@ -42,8 +43,8 @@ public:
   using Write = std::function<void(AVPacket& packet)>;
 
   /// Rate and channels are `like`'s, or the nearest that the codec has. `globalHeader`: the container wants codec headers
-  /// apart from the packets.
-  AudioEncoder(const AVCodec& codec, const AVCodecParameters& like, bool globalHeader);
+  /// apart from the packets. `file`: for messages.
+  AudioEncoder(const AVCodec& codec, const AVCodecParameters& like, bool globalHeader, std::string file);
 
   const AVCodecContext& codec() const { return *encoder_; }
   int sampleRate() const { return encoder_->sample_rate; }
@@ -65,7 +66,9 @@ private:
 
   void encodeFromFifo(bool all, const Write& write);
   void send(const AVFrame* frame, const Write& write);
+  void check(int code) const;
 
+  std::string file_;
   CodecPtr encoder_;
   ResamplerPtr toCodec_;  // from planar floats to the codec's own kind of sample
   std::unique_ptr<AVAudioFifo, FreeFifo> fifo_;
@@ -78,7 +81,8 @@ public:
   /// Called with planar floats; `time` is that of the first, in samples of the encoder, or AV_NOPTS_VALUE.
   using Take = std::function<void(AVFrame& samples, std::int64_t time)>;
 
-  AudioDecoder(const AVStream& from, const AudioEncoder& to);
+  /// `file`: for messages.
+  AudioDecoder(const AVStream& from, const AudioEncoder& to, const std::string& file);
 
   void decode(const AVPacket& packet, const Take& take);
 
@@ -86,7 +90,17 @@ public:
   void finish(const Take& take);
 
 private:
+  /// What a resampler is made for.
+  struct Form {
+    int format = -1;
+    int sampleRate = 0;
+    int channels = 0;
+
+    bool operator==(const Form&) const = default;
+  };
+
   void receive(const Take& take);
+  void prepareFor(const AVFrame& frame, const Take& take);
   void resample(const AVFrame* frame, const Take& take);
 
   AVRational timeBase_;
@@ -94,6 +108,7 @@ private:
   int sampleRate_;  // of the result
   ChannelLayout layout_;
   ResamplerPtr resampler_;
+  Form form_;
 };
 
 /// A frame for so many samples, as planar floats.
@@ -102,8 +117,10 @@ FramePtr NewSamples(const AVCodecContext& like, int count);
 /// Turns packets of one stream into packets of another codec, for containers that do not take the input's own.
 class AudioTranscoder {
 public:
-  AudioTranscoder(const AVStream& from, const AVCodec& codec, bool globalHeader)
-      : encoder_(codec, *from.codecpar, globalHeader), decoder_(from, encoder_) {}
+  /// `file` and `to`: the files, for messages.
+  AudioTranscoder(const AVStream& from, const std::string& file, const AVCodec& codec, bool globalHeader,
+                  const std::string& to)
+      : encoder_(codec, *from.codecpar, globalHeader, to), decoder_(from, encoder_, file) {}
 
   const AVCodecContext& codec() const { return encoder_.codec(); }
 

@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include <array>
+#include <cstdlib>
 
 #include "Failure.h"
 
@@ -45,6 +46,13 @@ std::vector<std::string> Options::keys() const {
   return keys;
 }
 
-void SetAvMessages(bool show) { av_log_set_level(show ? AV_LOG_INFO : AV_LOG_QUIET); }
+void SetAvMessages(bool show) {
+  av_log_set_level(show ? AV_LOG_INFO : AV_LOG_QUIET);
+  // One encoder can be told only in this way.
+  constexpr const char* kNothing = "-2";
+  if (!show) setenv("SVT_LOG", kNothing, 0);
+}
+
+bool ShowsAvMessages() { return av_log_get_level() != AV_LOG_QUIET; }
 
 }  // namespace norix::host

@@ -65,6 +65,11 @@ public:
 
   void set(const std::string& key, const std::string& value) { av_dict_set(&entries_, key.c_str(), value.c_str(), 0); }
   bool has(const std::string& key) const { return av_dict_get(entries_, key.c_str(), nullptr, 0) != nullptr; }
+  /// Empty when there is none.
+  std::string get(const std::string& key) const {
+    const AVDictionaryEntry* entry = av_dict_get(entries_, key.c_str(), nullptr, 0);
+    return entry ? entry->value : "";
+  }
   AVDictionary** get() { return &entries_; }
   Options copy() const;
   std::vector<std::string> keys() const;
@@ -73,7 +78,8 @@ private:
   AVDictionary* entries_ = nullptr;
 };
 
-/// Keeps libav's own messages off the terminal; they are told only when `show` is set.
+/// Keeps the messages of libav and its encoders off the terminal; they are told only when `show` is set. Before any thread.
 void SetAvMessages(bool show);
+bool ShowsAvMessages();
 
 }  // namespace norix::host

@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
 }
 
 #include <algorithm>
@@ -35,6 +36,22 @@ std::array<int, 4> CoefficientsOf(AVPixelFormat format, AVColorSpace space) {
   return {coefficients[0], coefficients[1], coefficients[2], coefficients[3]};
 }
 
+// The ranges are told before the scaler is made: where only they differ it would copy otherwise.
+ScalerPtr NewScaler(const PictureShape& from, bool fromFullRange, const PictureShape& to, bool toFullRange, int flags) {
+  ScalerPtr scaler(OrBadAlloc(sws_alloc_context()));
+  const std::pair<const char*, std::int64_t> options[] = {
+      {"srcw", from.width}, {"srch", from.height}, {"src_format", from.format}, {"src_range", fromFullRange ? 1 : 0},
+      {"dstw", to.width},   {"dsth", to.height},   {"dst_format", to.format},   {"dst_range", toFullRange ? 1 : 0},
+      {"sws_flags", flags},
+  };
+  for (const auto& [name, value] : options) av_opt_set_int(scaler.get(), name, value, 0);
+  if (sws_init_context(scaler.get(), nullptr, nullptr) < 0) {
+    Fail("cannot convert {} {}x{} to {} {}x{}", FormatName(from.format), from.width, from.height, FormatName(to.format),
+         to.width, to.height);
+  }
+  return scaler;
+}
+
 // Where a picture's pixel lies in each plane; on whole chroma samples.
 std::array<std::uint8_t*, 4> PixelAt(const AVFrame& frame, int x, int y) {
   const auto format = static_cast<AVPixelFormat>(frame.format);
@@ -61,6 +78,13 @@ AVPixelFormat WithoutRange(AVPixelFormat format) {
   return format;
 }
 
+AVPixelFormat WithFullRange(AVPixelFormat format) {
+  for (const auto& [full, plain] : kFullRangeFormats) {
+    if (format == plain) return full;
+  }
+  return format;
+}
+
 bool IsFullRangeFormat(AVPixelFormat format) { return WithoutRange(format) != format; }
 
 Converter::Side Converter::clipSide(const PictureShape& shape) const {
@@ -79,16 +103,15 @@ Converter::Side Converter::sideOf(const AVFrame& frame) const {
 }
 
 FramePtr Converter::scale(const AVFrame& frame, const Side& from, const Side& to) {
+  // A clip may change its size with every picture.
+  constexpr std::size_t kMostScalers = 16;
+  if (scalers_.size() >= kMostScalers && !scalers_.contains({from, to})) scalers_.clear();
   ScalerPtr& scaler = scalers_[{from, to}];
   if (!scaler) {
     // Exact arithmetic that is the same on every processor, and chroma at full resolution on its way to RGB.
     constexpr int kFlags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_BITEXACT | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
-    scaler.reset(sws_getContext(from.shape.width, from.shape.height, from.shape.format, to.shape.width, to.shape.height,
-                                to.shape.format, kFlags, nullptr, nullptr, nullptr));
-    if (!scaler) {
-      Fail("cannot convert {} {}x{} to {} {}x{}", FormatName(from.shape.format), from.shape.width, from.shape.height,
-           FormatName(to.shape.format), to.shape.width, to.shape.height);
-    }
+    scaler = NewScaler(from.shape, IsRgb(from.shape.format) ? false : from.fullRange, to.shape,
+                       IsRgb(to.shape.format) ? false : to.fullRange, kFlags);
     constexpr int kUnit = 1 << 16;
     sws_setColorspaceDetails(scaler.get(), from.coefficients.data(), from.fullRange ? 1 : 0, to.coefficients.data(),
                              to.fullRange ? 1 : 0, 0, kUnit, kUnit);

@@ -28,6 +28,9 @@ struct PictureShape {
 /// "yuvj420p" and its kin as the format of the same layout; others as they are.
 AVPixelFormat WithoutRange(AVPixelFormat format);
 
+/// "yuvj420p" for "yuv420p" and its kin; others as they are.
+AVPixelFormat WithFullRange(AVPixelFormat format);
+
 /// True for the old formats whose name says full range.
 bool IsFullRangeFormat(AVPixelFormat format);
 

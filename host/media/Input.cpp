@@ -1,7 +1,9 @@
 #include "media/Input.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include "Failure.h"
@@ -14,26 +16,47 @@ namespace {
 // Packets of other streams are handed out at the latest when so many wait for a picture.
 constexpr std::size_t kMostWaiting = 64;
 
+// A head of few bytes may claim a size of which one picture takes up all memory.
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
+
 // Cover art is a video stream with one picture; it is not the clip.
 bool IsVideo(const AVStream& stream) {
   return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
+
+/// What libav is to open: a file whose name looks like an address is a file nevertheless.
+std::string AddressOf(const std::string& url) {
+  std::error_code ignored;
+  const std::size_t colon = url.find(':');
+  const bool looksLikeOne = colon != std::string::npos && url.find('/') > colon;
+  return looksLikeOne && std::filesystem::exists(url, ignored) ? "file:" + url : url;
 }
 
 AVFormatContext* OpenFormat(const std::string& url) {
   AVFormatContext* format = OrBadAlloc(avformat_alloc_context());
   format->interrupt_callback = {[](void* /*context*/) { return Interrupted() ? 1 : 0; }, nullptr};
   std::error_code ignored;
-  if (std::filesystem::is_directory(url, ignored)) {
+  if (std::filesystem::is_directory(FilePathOf(url), ignored)) {
     avformat_free_context(format);
     Fail("cannot read '{}': it is a folder; name a video file", url);
   }
   // On failure the context is freed and set to null.
-  if (const int code = avformat_open_input(&format, url.c_str(), nullptr, nullptr); code < 0) {
+  if (const int code = avformat_open_input(&format, AddressOf(url).c_str(), nullptr, nullptr); code < 0) {
     if (code == AVERROR_INVALIDDATA)
       Fail("cannot read '{}': not a video file that FFmpeg knows, or cut off at its start", url);
     Fail("cannot read '{}': {}", url, ErrorText(code));
   }
   return format;
+}
+
+/// Decoders leave what they cannot decode as they find it, and the memory they are given has held other pictures.
+int GetClearBuffer(AVCodecContext* decoder, AVFrame* frame, int flags) {
+  const int code = avcodec_default_get_buffer2(decoder, frame, flags);
+  if (code < 0) return code;
+  for (const AVBufferRef* buffer : frame->buf) {
+    if (buffer) std::memset(buffer->data, 0, buffer->size);
+  }
+  return code;
 }
 
 unsigned FindVideo(AVFormatContext& format, const std::string& url) {
@@ -52,12 +75,22 @@ unsigned FindVideo(AVFormatContext& format, const std::string& url) {
 
 }  // namespace
 
+std::string FilePathOf(const std::string& url) {
+  constexpr std::string_view kScheme = "file:";
+  std::error_code ignored;
+  const bool named = url.rfind(kScheme, 0) == 0 && !std::filesystem::exists(url, ignored);
+  return named ? url.substr(kScheme.size()) : url;
+}
+
 Input::Input(const std::string& url) : url_(url), format_(OpenFormat(url)) {
   if (const int code = avformat_find_stream_info(format_.get(), nullptr); code < 0) {
     Fail("cannot read '{}': {}", url, ErrorText(code));
   }
   video_ = FindVideo(*format_, url);
   openDecoder();
+  if (std::int64_t{decoder_->width} * decoder_->height > kMostPixels) {
+    Fail("'{}' has pictures of {}x{}; norix takes {} pixels at most", url, decoder_->width, decoder_->height, kMostPixels);
+  }
   if (decoder_->pix_fmt == AV_PIX_FMT_NONE || decoder_->width < 1 || decoder_->height < 1) {
     Fail("'{}' has no picture that can be decoded", url);
   }
@@ -72,15 +105,26 @@ void Input::openDecoder() {
     Fail("'{}': {}", url_, ErrorText(code));
   }
   decoder_->pkt_timebase = video().time_base;
-  decoder_->thread_count = 0;  // as libav sees fit
+  decoder_->get_buffer2 = GetClearBuffer;
+  decoder_->max_pixels = kMostPixels;
+  // On several threads a picture may be handed out before an error in those it was made of is known: what is said of a
+  // damaged clip, and how it looks, would differ from run to run. Where each picture stands alone that cannot be.
+  const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id);
+  const bool standAlone = descriptor && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+  decoder_->thread_count = standAlone ? 0 : 1;
   if (const int code = avcodec_open2(decoder_.get(), codec, nullptr); code < 0) {
     Fail("'{}': cannot decode its {} video: {}", url_, codec->name, ErrorText(code));
   }
 }
 
 AVRational Input::frameRate() const {
-  const AVRational rate = av_guess_frame_rate(format_.get(), &video(), nullptr);
-  return rate.num > 0 && rate.den > 0 ? rate : AVRational{25, 1};
+  // Some files claim rates that nobody films at: a thousand pictures a second are many, one an hour is few.
+  constexpr AVRational kHighest = {1000, 1};
+  constexpr AVRational kLowest = {1, 3600};
+  for (const AVRational rate : {av_guess_frame_rate(format_.get(), &video(), nullptr), video().avg_frame_rate}) {
+    if (rate.num > 0 && rate.den > 0 && av_cmp_q(rate, kHighest) <= 0 && av_cmp_q(rate, kLowest) >= 0) return rate;
+  }
+  return {25, 1};
 }
 
 const AVStream* Input::sound() const {
@@ -180,13 +224,23 @@ void Input::noteEnd(const AVPacket& packet) {
   end_ = std::max(end_, av_rescale_q(begin + packet.duration, timeBase, av_get_time_base_q()));
 }
 
+/// The length that the container promises, in AV_TIME_BASE units; 0 when it promises none.
+std::int64_t Input::promisedLength() const {
+  if (format_->duration_estimation_method != AVFMT_DURATION_FROM_STREAM || format_->duration <= 0) return 0;
+  // Without its index, at the end, an AVI file's length is that of what is there; its head still counts the pictures.
+  constexpr std::int64_t kMostPictures = 100'000'000;  // beyond that it says nothing
+  const bool counts = std::strcmp(format_->iformat->name, "avi") == 0 && video().nb_frames <= kMostPictures;
+  if (!counts) return format_->duration;
+  return std::max(format_->duration, av_rescale_q(video().nb_frames, video().time_base, av_get_time_base_q()));
+}
+
 /// Some containers end without a word where a file was cut off; then only the length they promise tells.
 void Input::checkLength() {
   constexpr std::int64_t kTolerance = AV_TIME_BASE / 2;
-  if (format_->duration_estimation_method != AVFMT_DURATION_FROM_STREAM || format_->duration <= 0) return;
-  if (end_ + kTolerance >= format_->duration) return;
+  const std::int64_t promised = promisedLength();
+  if (promised <= 0 || promised - kTolerance <= end_) return;
   const auto seconds = [](std::int64_t time) { return static_cast<double>(time) / AV_TIME_BASE; };
-  noteDamage(fmt::format("it ends after {:.1f} of {:.1f} seconds", seconds(end_), seconds(format_->duration)));
+  noteDamage(fmt::format("it ends after {:.1f} of {:.1f} seconds", seconds(end_), seconds(promised)));
 }
 
 std::int64_t TimesBefore(std::int64_t length, AVRational timeBase, AVRational rate) {
@@ -195,12 +249,12 @@ std::int64_t TimesBefore(std::int64_t length, AVRational timeBase, AVRational ra
 
 std::optional<ClipScan> ScanClip(const std::string& url) {
   std::error_code error;
-  if (!std::filesystem::is_regular_file(url, error)) return std::nullopt;
+  if (!std::filesystem::is_regular_file(FilePathOf(url), error)) return std::nullopt;
   Input input(url);
   const AVRational timeBase = input.video().time_base;
   const AVRational frameTime = av_inv_q(input.frameRate());
   const std::int64_t regular = av_rescale_q(1, frameTime, timeBase);
-  ClipScan scan = {.frames = 0, .start = 0, .end = 0, .constantRate = true, .times = {}, .keyTimes = {}};
+  ClipScan scan = {.frames = 0, .start = 0, .end = 0, .longestStay = 0, .constantRate = true, .times = {}, .keyTimes = {}};
   const PacketPtr packet = NewPacket();
   while (!Interrupted() && av_read_frame(&input.format(), packet.get()) >= 0) {
     // Packets that only help to decode others have no picture of their own.
@@ -219,6 +273,12 @@ std::optional<ClipScan> ScanClip(const std::string& url) {
   }
   std::sort(scan.times.begin(), scan.times.end());
   std::sort(scan.keyTimes.begin(), scan.keyTimes.end());
+  for (std::size_t i = 0; i < scan.times.size(); ++i) {
+    if (scan.times[i] == AV_NOPTS_VALUE) continue;
+    const std::int64_t next = i + 1 < scan.times.size() ? scan.times[i + 1] : scan.end;
+    const double ticks = static_cast<double>(next) - static_cast<double>(scan.times[i]);
+    scan.longestStay = std::max(scan.longestStay, ticks * av_q2d(timeBase));
+  }
   const bool twice = std::adjacent_find(scan.times.begin(), scan.times.end()) != scan.times.end();
   // A missing time stamp is the least number.
   if (twice || (!scan.times.empty() && scan.times.front() == AV_NOPTS_VALUE)) scan.times.clear();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +15,9 @@ struct Reading {
   FramePtr frame;
   std::vector<PacketPtr> packets;
 };
+
+/// The path of a local file as it is given or as "file:PATH"; other addresses as they are.
+std::string FilePathOf(const std::string& url);
 
 /// A file or address that FFmpeg can read, its first video stream decoded, the other streams as packets.
 class Input {
@@ -53,6 +55,7 @@ private:
   void finishTimes(AVFrame& frame);
   void noteDamage(const std::string& what);
   void noteEnd(const AVPacket& packet);
+  std::int64_t promisedLength() const;
   void checkLength();
 
   std::string url_;
@@ -72,6 +75,7 @@ struct ClipScan {
   std::int64_t frames = 0;
   std::int64_t start = 0;  ///< of the first picture, in the stream's time base
   std::int64_t end = 0;    ///< of the last picture
+  double longestStay = 0;  ///< of a picture, in seconds
   /// Every time stamp is the nearest tick to a multiple of the frame duration.
   bool constantRate = false;
   std::vector<std::int64_t> times;     ///< of all pictures, rising; empty when one has none or two have the same

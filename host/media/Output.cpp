@@ -7,6 +7,7 @@
 
 #include "Failure.h"
 #include "Interrupt.h"
+#include "StandardStreams.h"
 
 namespace norix::host {
 
@@ -51,12 +52,19 @@ bool Takes(const AVCodec& codec, AVPixelFormat format) {
 
 bool HasAlpha(AVPixelFormat format) { return (av_pix_fmt_desc_get(format)->flags & AV_PIX_FMT_FLAG_ALPHA) != 0; }
 
-AVPixelFormat EncoderFormat(const AVCodec& codec, AVPixelFormat rendered, AVPixelFormat clip) {
+AVPixelFormat NearestFormat(const AVCodec& codec, AVPixelFormat rendered, AVPixelFormat clip) {
   if (!codec.pix_fmts || Takes(codec, rendered)) return rendered;
   const bool clipHasEightBits = av_pix_fmt_desc_get(clip)->comp[0].depth == 8;
   if (clipHasEightBits && !HasAlpha(rendered) && Takes(codec, clip)) return clip;
   if (WantsYuv420p(codec.id) && Takes(codec, AV_PIX_FMT_YUV420P)) return AV_PIX_FMT_YUV420P;
   return avcodec_find_best_pix_fmt_of_list(codec.pix_fmts, rendered, HasAlpha(rendered) ? 1 : 0, nullptr);
+}
+
+AVPixelFormat EncoderFormat(const AVCodec& codec, AVPixelFormat rendered, AVPixelFormat clip) {
+  const AVPixelFormat format = NearestFormat(codec, rendered, clip);
+  // JPEG knows no other range.
+  const AVPixelFormat full = WithFullRange(format);
+  return codec.id == AV_CODEC_ID_MJPEG && Takes(codec, full) ? full : format;
 }
 
 // Some codecs count time in pictures, or in few ticks a second, and refuse finer clocks.
@@ -76,6 +84,14 @@ bool Takes(const AVOutputFormat& container, const AVStream& stream) {
   // A container without a list takes what it has a default for.
   return (codec.codec_type == AVMEDIA_TYPE_AUDIO && container.audio_codec != AV_CODEC_ID_NONE) ||
          (codec.codec_type == AVMEDIA_TYPE_SUBTITLE && container.subtitle_codec != AV_CODEC_ID_NONE);
+}
+
+/// Encoders of other libraries have messages of their own, which pass libav's by.
+int OpenQuietly(AVCodecContext& encoder, const AVCodec& codec, Options& options) {
+  if (ShowsAvMessages()) return avcodec_open2(&encoder, &codec, options.get());
+  if (std::strcmp(codec.name, "libx265") == 0) options.set("x265-params", "log-level=none:" + options.get("x265-params"));
+  const QuietStderr quiet;
+  return avcodec_open2(&encoder, &codec, options.get());
 }
 
 void CopyMetadata(AVDictionary** to, const AVDictionary* from) {
@@ -179,7 +195,7 @@ void Output::openEncoder(const OutputWishes& wishes, const VideoForm& form) {
     if ((format_->oformat->flags & AVFMT_GLOBALHEADER) != 0) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     Options options = defaults.copy();
     for (const auto& [key, value] : wishes.options) options.set(key, value);
-    const int code = avcodec_open2(encoder.get(), &codec, options.get());
+    const int code = OpenQuietly(*encoder, codec, options);
     // What the encoder did not know may be meant for the container, unless norix itself proposed it.
     Options rest;
     for (const auto& [key, value] : wishes.options) {
@@ -208,8 +224,9 @@ void Output::openEncoder(const OutputWishes& wishes, const VideoForm& form) {
   if (code < 0) {
     std::string given;
     for (const auto& [key, value] : wishes.options) given += fmt::format(" --option {}={}", key, value);
-    Fail("the encoder {} refuses pictures of {}x{} at {}/{} frames a second{}{}: {}", codec.name, form.shape.width,
-         form.shape.height, form.frameRate.num, form.frameRate.den, given.empty() ? "" : " with", given, ErrorText(code));
+    Fail("cannot write '{}': the encoder {} refuses pictures of {}x{} at {}/{} frames a second{}{}: {}", name_, codec.name,
+         form.shape.width, form.shape.height, form.frameRate.num, form.frameRate.den, given.empty() ? "" : " with", given,
+         ErrorText(code));
   }
   if (HasAlpha(form.clipFormat) && !HasAlpha(encoder_->pix_fmt)) {
     note(fmt::format("{} keeps no transparency; --codec ffv1 in .mkv or --codec qtrle in .mov does", codec.name));
@@ -244,10 +261,19 @@ Output::Passage Output::addOtherStream(const Input& input, unsigned index) {
   Passage passage;
   const AVCodecParameters& codec = *from.codecpar;
   const bool copied = Takes(container, from);
+  const bool globalHeader = (container.flags & AVFMT_GLOBALHEADER) != 0;
   const AVCodec* audioEncoder = !copied && codec.codec_type == AVMEDIA_TYPE_AUDIO ? usualSoundEncoder() : nullptr;
   if (!copied && !audioEncoder) {
     if (!isSinglePicture()) note(fmt::format("{} is left out: {} files do not take it", StreamName(from), container.name));
     return passage;
+  }
+  if (!copied) {
+    try {
+      passage.transcoder = std::make_unique<AudioTranscoder>(from, input.url(), *audioEncoder, globalHeader, name_);
+    } catch (const Failure& failure) {
+      note(fmt::format("{} is left out: {}", StreamName(from), failure.what()));
+      return passage;
+    }
   }
   AVStream* to = OrBadAlloc(avformat_new_stream(format_.get(), nullptr));
   if (copied) {
@@ -257,8 +283,6 @@ Output::Passage Output::addOtherStream(const Input& input, unsigned index) {
     to->codecpar->codec_tag = container.codec_tag && av_codec_get_id(container.codec_tag, tag) == codec.codec_id ? tag : 0;
     to->time_base = from.time_base;
   } else {
-    const bool globalHeader = (container.flags & AVFMT_GLOBALHEADER) != 0;
-    passage.transcoder = std::make_unique<AudioTranscoder>(from, *audioEncoder, globalHeader);
     avcodec_parameters_from_context(to->codecpar, &passage.transcoder->codec());
     to->time_base = passage.transcoder->codec().time_base;
     note(fmt::format("{} is encoded anew as {}: {} files do not take it as it is", StreamName(from), audioEncoder->name,
@@ -318,6 +342,10 @@ void Output::openFile() {
 
 void Output::failToWrite(int code) const { Fail("cannot write '{}': {}", name_, ErrorText(code)); }
 
+void Output::failToEncode(int code) const {
+  Fail("cannot write '{}': {} cannot encode a picture: {}", name_, encoder_->codec->name, ErrorText(code));
+}
+
 void Output::writeHeader() {
   headerWritten_ = true;
   const std::string container = format_->oformat->name;
@@ -351,15 +379,17 @@ void Output::writeFrame(AVFrame& frame) {
 /// Null ends the stream.
 void Output::encode(const AVFrame* frame) {
   const int sent = avcodec_send_frame(encoder_.get(), frame);
-  if (sent < 0) Fail("cannot encode a picture with {}: {}", encoder_->codec->name, ErrorText(sent));
+  if (sent < 0) failToEncode(sent);
   const PacketPtr packet = NewPacket();
   while (true) {
     const int code = avcodec_receive_packet(encoder_.get(), packet.get());
     if (code == AVERROR(EAGAIN) || code == AVERROR_EOF) return;
-    if (code < 0) Fail("cannot encode a picture with {}: {}", encoder_->codec->name, ErrorText(code));
+    if (code < 0) failToEncode(code);
     if (const auto duration = durations_.find(packet->pts); duration != durations_.end()) {
       packet->duration = duration->second;
-      durations_.erase(duration);
+      // Those before may be of pictures that the encoder has left out.
+      if (packet->dts != AV_NOPTS_VALUE) durations_.erase(durations_.begin(), durations_.lower_bound(packet->dts));
+      durations_.erase(packet->pts);
     }
     packet->stream_index = video_->index;
     av_packet_rescale_ts(packet.get(), encoder_->time_base, video_->time_base);
@@ -411,7 +441,7 @@ AudioEncoder* Output::addSound(const AVStream& like) {
     return nullptr;
   }
   const bool globalHeader = (format_->oformat->flags & AVFMT_GLOBALHEADER) != 0;
-  sound_ = std::make_unique<AudioEncoder>(*codec, *like.codecpar, globalHeader);
+  sound_ = std::make_unique<AudioEncoder>(*codec, *like.codecpar, globalHeader, name_);
   AVStream* stream = OrBadAlloc(avformat_new_stream(format_.get(), nullptr));
   avcodec_parameters_from_context(stream->codecpar, &sound_->codec());
   stream->time_base = sound_->codec().time_base;
@@ -447,6 +477,7 @@ void Output::finish() {
     if (error < 0) failToWrite(error);
     if (closed < 0) failToWrite(closed);
   }
+  EndInterrupts();
   file_.keep();
 }
 

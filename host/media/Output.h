@@ -106,6 +106,7 @@ private:
   void write(AVPacket& packet);
   std::int64_t offsetIn(AVRational timeBase) const;
   [[noreturn]] void failToWrite(int code) const;
+  [[noreturn]] void failToEncode(int code) const;
   void note(const std::string& text) { notes_.push_back(text); }
 
   PartFile file_;

@@ -9,7 +9,8 @@
 namespace norix::host {
 
 /// An output file in the making: written under a name beside the final one and renamed when whole. Destroyed before that,
-/// it leaves nothing behind, and whatever was under the final name stays there.
+/// it leaves nothing behind, and whatever was under the final name stays there. What a run that was killed left of the same
+/// file goes when the next one begins.
 class PartFile {
 public:
   /// Fails when the final name cannot be written: no such folder, a folder itself, exists and `overwrite` is not set.
@@ -21,18 +22,21 @@ public:
   /// Where to write.
   const std::filesystem::path& partPath() const { return part_; }
 
-  /// Gives the file its final name.
+  /// Writes all of it in one go.
+  void write(std::string_view content) const;
+
+  /// Gives the file its final name, once its bytes are on the disk.
   void keep();
 
 private:
+  void create();
+
   std::filesystem::path final_;
   std::filesystem::path part_;
   std::optional<UnfinishedFile> unfinished_;
+  int lock_ = -1;  // the open file, locked as long as somebody writes it
   bool overwrite_;
   bool kept_ = false;
 };
-
-/// Writes a file in one go; whole or not at all.
-void WriteWholeFile(const std::filesystem::path& path, std::string_view content, bool overwrite);
 
 }  // namespace norix::host

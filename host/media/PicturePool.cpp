@@ -27,6 +27,9 @@ FramePtr PicturePool::picture(AVPixelFormat format, int width, int height) {
   // ThreadSanitizer cannot see how libavutil synchronises those who give memory back and those who get it.
   frame->buf[0] = OrBadAlloc(av_buffer_alloc(size));
 #else
+  // A clip may change its size with every picture; pictures outlive their pool.
+  constexpr std::size_t kMostPools = 16;
+  if (pools_.size() >= kMostPools && !pools_.contains({format, width, height})) pools_.clear();
   auto& pool = pools_[{format, width, height}];
   if (!pool) pool.reset(OrBadAlloc(av_buffer_pool_init(size, nullptr)));
   frame->buf[0] = OrBadAlloc(av_buffer_pool_get(pool.get()));

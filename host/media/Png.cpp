@@ -3,11 +3,10 @@
 #include <cstddef>
 
 #include "Failure.h"
-#include "media/PartFile.h"
 
 namespace norix::host {
 
-void WritePng(const AVFrame& picture, const std::filesystem::path& path, bool overwrite) {
+void WritePng(const AVFrame& picture, const PartFile& file) {
   const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
   if (!codec) Fail("this FFmpeg cannot write PNG pictures");
   const CodecPtr encoder(OrBadAlloc(avcodec_alloc_context3(codec)));
@@ -21,8 +20,8 @@ void WritePng(const AVFrame& picture, const std::filesystem::path& path, bool ov
   if (code >= 0) code = avcodec_send_frame(encoder.get(), &picture);
   if (code >= 0) code = avcodec_send_frame(encoder.get(), nullptr);
   if (code >= 0) code = avcodec_receive_packet(encoder.get(), packet.get());
-  if (code < 0) Fail("cannot encode '{}': {}", path.string(), ErrorText(code));
-  WriteWholeFile(path, {reinterpret_cast<const char*>(packet->data), static_cast<std::size_t>(packet->size)}, overwrite);
+  if (code < 0) Fail("cannot encode '{}': {}", file.partPath().string(), ErrorText(code));
+  file.write({reinterpret_cast<const char*>(packet->data), static_cast<std::size_t>(packet->size)});
 }
 
 }  // namespace norix::host

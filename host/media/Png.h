@@ -1,12 +1,11 @@
 #pragma once
 
-#include <filesystem>
-
 #include "media/Av.h"
+#include "media/PartFile.h"
 
 namespace norix::host {
 
-/// Writes an RGB24 picture as a PNG file; whole or not at all.
-void WritePng(const AVFrame& picture, const std::filesystem::path& path, bool overwrite);
+/// Writes an RGB24 picture as PNG.
+void WritePng(const AVFrame& picture, const PartFile& file);
 
 }  // namespace norix::host

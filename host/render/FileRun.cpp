@@ -28,7 +28,7 @@ void CheckEngine() {
 
 void CheckNotInput(const fs::path& output, const std::string& input) {
   std::error_code ignored;
-  if (fs::equivalent(input, output, ignored)) {
+  if (fs::equivalent(FilePathOf(input), output, ignored)) {
     Fail("'{}' is input and output; name another output, and rename it afterwards", input);
   }
 }

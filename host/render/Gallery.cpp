@@ -9,7 +9,7 @@ extern "C" {
 #include <cctype>
 #include <cmath>
 #include <cstddef>
-#include <system_error>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -17,6 +17,7 @@ extern "C" {
 #include "engine/Catalogue.h"
 #include "engine/Effect.h"
 #include "engine/Group.h"
+#include "media/NewFolder.h"
 #include "media/PartFile.h"
 #include "media/Png.h"
 #include "render/ClipReader.h"
@@ -141,17 +142,33 @@ FramePtr ReadFrame(Input& input, const GalleryRequest& request) {
   Fail("'{}' has no picture that can be decoded", request.input);
 }
 
-void PrepareFolder(const fs::path& folder, const std::vector<Strip>& strips, bool overwrite) {
-  std::error_code error;
-  fs::create_directories(folder, error);
-  if (!fs::is_directory(folder)) Fail("cannot make the folder '{}'", folder.string());
-  if (overwrite) return;
-  std::vector<std::string> names = {"index.html", "index.md"};
-  for (const Strip& strip : strips) names.push_back(strip.fileName());
-  for (const std::string& name : names) {
-    if (fs::exists(folder / name)) Fail("'{}' exists already; add -y to replace it", (folder / name).string());
+/// The files of a gallery, which get their names together.
+class GalleryFiles {
+public:
+  GalleryFiles(const fs::path& folder, const std::vector<Strip>& strips, bool overwrite) {
+    for (const Strip& strip : strips) strips_.push_back(std::make_unique<PartFile>(folder / strip.fileName(), overwrite));
+    for (const char* page : {"index.md", "index.html"}) {
+      pages_.push_back(std::make_unique<PartFile>(folder / page, overwrite));
+    }
   }
-}
+
+  const PartFile& strip(std::size_t index) const { return *strips_[index]; }
+
+  void writePages(const std::vector<Strip>& strips) {
+    pages_[0]->write(MarkdownPage(strips));
+    pages_[1]->write(HtmlPage(strips));
+  }
+
+  /// Pages last: what they show is there.
+  void keep() {
+    for (const auto& file : strips_) file->keep();
+    for (const auto& file : pages_) file->keep();
+  }
+
+private:
+  std::vector<std::unique_ptr<PartFile>> strips_;
+  std::vector<std::unique_ptr<PartFile>> pages_;
+};
 
 }  // namespace
 
@@ -160,7 +177,8 @@ ExitCode Gallery(const GalleryRequest& request) {
   Input input(request.input);
   const FramePtr frame = ReadFrame(input, request);
   const std::vector<Strip> strips = AllStrips();
-  PrepareFolder(request.folder, strips, request.overwrite);
+  NewFolder folder(request.folder);
+  GalleryFiles files(request.folder, strips, request.overwrite);
 
   const ChainForm form = ChainFormOf(input, ClipFormat(input));
   const AVRational aspect = form.sampleAspectRatio;
@@ -171,11 +189,12 @@ ExitCode Gallery(const GalleryRequest& request) {
   workers.runAll(strips.size(), [&](std::size_t i) {
     if (Interrupted()) return;
     const FramePtr picture = RenderStrip(strips[i], *frame, form, request.width, height);
-    WritePng(*picture, request.folder / strips[i].fileName(), request.overwrite);
+    WritePng(*picture, files.strip(i));
   });
-  if (Interrupted()) throw Failure(kInterrupted, "interrupted; the gallery is not complete");
-  WriteWholeFile(request.folder / "index.md", MarkdownPage(strips), request.overwrite);
-  WriteWholeFile(request.folder / "index.html", HtmlPage(strips), request.overwrite);
+  files.writePages(strips);
+  EndInterrupts();
+  files.keep();
+  folder.keep();
   fmt::print("{}: {} strips; open {}\n", request.folder.string(), strips.size(), (request.folder / "index.html").string());
   return kDone;
 }

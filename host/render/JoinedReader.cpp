@@ -24,27 +24,25 @@ std::optional<ClipPart> JoinedReader::next() {
 }
 
 std::optional<ClipPart> JoinedReader::nextOfSecond() {
-  while (ready_.empty()) {
+  // One at a time, however long a picture stands.
+  while (nextSlot_ >= shownUntil_) {
+    if (following_) shown_ = std::move(following_);
+    if (ended_) return std::nullopt;
     std::optional<ClipPart> part = secondReader_.next();
     if (!part) {
-      if (!held_) return std::nullopt;
-      showHeldUntil(slotAt(held_->pts + held_->pkt_duration));
-      held_.reset();
+      ended_ = true;
+      if (shown_) shownUntil_ = slotAt(shown_->pts + shown_->pkt_duration);
       continue;
     }
-    FramePtr frame = std::move(part->frame);
-    if (!part->packets.empty()) {
-      part->clip = 1;
-      ready_.push_back(std::move(*part));
+    if (part->frame) {
+      following_ = std::move(part->frame);
+      tagColours(*following_);
+      if (shown_) shownUntil_ = slotAt(following_->pts);
     }
-    if (!frame) continue;
-    if (held_) showHeldUntil(slotAt(frame->pts));
-    tagColours(*frame);
-    held_ = std::move(frame);
+    part->clip = 1;
+    if (!part->packets.empty()) return part;
   }
-  ClipPart part = std::move(ready_.front());
-  ready_.pop_front();
-  return part;
+  return show(nextSlot_++);
 }
 
 /// The first slot, of the first clip's frame rate and counted from the second's start, at which a picture of that time
@@ -53,15 +51,13 @@ std::int64_t JoinedReader::slotAt(std::int64_t secondTime) const {
   return TimesBefore(secondTime - secondReader_.startTime(), second_.video().time_base, first_.frameRate());
 }
 
-void JoinedReader::showHeldUntil(std::int64_t slot) {
+ClipPart JoinedReader::show(std::int64_t slot) const {
   const AVRational slotTime = av_inv_q(first_.frameRate());
   const AVRational timeBase = first_.video().time_base;
-  for (; nextSlot_ < slot; ++nextSlot_) {
-    FramePtr frame(OrBadAlloc(av_frame_clone(held_.get())));
-    frame->pts = joinTime_ + av_rescale_q(nextSlot_, slotTime, timeBase);
-    frame->pkt_duration = joinTime_ + av_rescale_q(nextSlot_ + 1, slotTime, timeBase) - frame->pts;
-    ready_.push_back({firstFrames_ + nextSlot_, std::move(frame), {}, 1});
-  }
+  FramePtr frame(OrBadAlloc(av_frame_clone(shown_.get())));
+  frame->pts = joinTime_ + av_rescale_q(slot, slotTime, timeBase);
+  frame->pkt_duration = joinTime_ + av_rescale_q(slot + 1, slotTime, timeBase) - frame->pts;
+  return {firstFrames_ + slot, std::move(frame), {}, 1};
 }
 
 /// The first clip's colours hold for frames that say nothing; a frame of the second means what is usual instead.

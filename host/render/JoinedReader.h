@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <optional>
 
 #include "render/ClipReader.h"
@@ -22,7 +21,7 @@ public:
 
 private:
   std::optional<ClipPart> nextOfSecond();
-  void showHeldUntil(std::int64_t slot);
+  ClipPart show(std::int64_t slot) const;
   std::int64_t slotAt(std::int64_t secondTime) const;
   void tagColours(AVFrame& frame) const;
 
@@ -33,9 +32,11 @@ private:
   ClipReader secondReader_;
   bool inSecond_ = false;
   std::int64_t joinTime_;  // where the first clip ends
-  FramePtr held_;          // of the second clip, not yet shown
+  FramePtr shown_;         // of the second clip, until the slot below
+  FramePtr following_;     // the one after it
   std::int64_t nextSlot_ = 0;
-  std::deque<ClipPart> ready_;
+  std::int64_t shownUntil_ = 0;
+  bool ended_ = false;
 };
 
 }  // namespace norix::host

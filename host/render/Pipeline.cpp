@@ -1,5 +1,6 @@
 #include "render/Pipeline.h"
 
+#include <algorithm>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -41,14 +42,23 @@ private:
   std::vector<std::unique_ptr<Chain>> idle_;
 };
 
+/// As many as there are threads, unless the pictures are so large that fewer fill the memory set aside for them.
+int PicturesAtWork(const PictureShape& shape, int threads) {
+  constexpr std::int64_t kMemory = std::int64_t{2} << 30;
+  constexpr std::int64_t kBytesPerPixel = 4 * 3;  // four bytes, in the source, the result and on the way
+  const std::int64_t pictures = kMemory / (kBytesPerPixel * shape.width * shape.height);
+  return static_cast<int>(std::clamp<std::int64_t>(pictures, 1, threads));
+}
+
 }  // namespace
 
 std::int64_t RunPipeline(const PipelineEnds& ends, const Chain& chain, Output& output, int threads, Progress& progress) {
   const PictureShape wanted = output.shape();
   Chains chains(chain);
+  const int atWork = PicturesAtWork(wanted, threads);
   // Enough that no thread waits for work; few, so that memory stays small however long the clip is.
-  BoundedQueue<std::future<ClipPart>> rendered(static_cast<std::size_t>(threads) + 2);
-  Workers workers(chain.inOrder() ? 1 : threads);
+  BoundedQueue<std::future<ClipPart>> rendered(static_cast<std::size_t>(atWork) + 2);
+  Workers workers(chain.inOrder() ? 1 : atWork);
 
   std::int64_t written = 0;
   std::future<void> writing = std::async(std::launch::async, [&] {

@@ -27,7 +27,7 @@ void SoundJoiner::begin(const SoundSpan& span) {
   endSpan();
   span_ = span;
   position_ = 0;
-  if (span.stream) decoder_.emplace(*span.stream, encoder_);
+  if (span.stream) decoder_.emplace(*span.stream, encoder_, span.file);
 }
 
 void SoundJoiner::add(const AVPacket& packet) {

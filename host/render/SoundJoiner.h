@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "media/Audio.h"
 
@@ -9,6 +10,7 @@ namespace norix::host {
 
 /// The sound of one clip in a join, in samples of the encoder.
 struct SoundSpan {
+  std::string file;                  ///< of the clip, for messages
   const AVStream* stream = nullptr;  ///< null: silence
   std::int64_t start = 0;            ///< where the clip's pictures start, in the stream's own time
   std::int64_t length = 0;           ///< of the clip's pictures

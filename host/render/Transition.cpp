@@ -23,6 +23,12 @@ namespace {
 ClipScan ScanFile(const std::string& url) {
   const std::optional<ClipScan> scan = ScanClip(url);
   if (!scan) Fail("'{}' cannot be read twice, so its length is unknown; name a file", url);
+  // It is shown, and its sound filled up, for as long as the times say, which may be forever.
+  constexpr double kLongestStay = 3600;
+  if (scan->longestStay > kLongestStay) {
+    Fail("'{}': its times say that one picture stays for {:.0f} seconds; a transition takes {:.0f} at most", url,
+         scan->longestStay, kLongestStay);
+  }
   return *scan;
 }
 
@@ -37,8 +43,15 @@ struct Window {
 /// The first clip shows while the time is in its first half.
 Window WindowOf(std::int64_t count, std::int64_t firstFrames) {
   TimeSpan span = {0, count, false};
-  std::int64_t before = 0;
-  while (before < count && *span.at(before) < kLastTime / 2) ++before;
+  std::int64_t before = 0;  // found by halving, as the time never falls
+  for (std::int64_t end = count; before < end;) {
+    const std::int64_t middle = before + (end - before) / 2;
+    if (*span.at(middle) < kLastTime / 2) {
+      before = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
   span.first = firstFrames - before;
   return {span, before};
 }
@@ -61,7 +74,8 @@ double RotationOf(const Input& input) {
 SoundSpan SoundOf(const Input& input, const ClipScan& scan, const AudioEncoder& encoder) {
   const AVRational sample = {1, encoder.sampleRate()};
   const AVRational timeBase = input.video().time_base;
-  return {.stream = input.sound(),
+  return {.file = input.url(),
+          .stream = input.sound(),
           .start = av_rescale_q(scan.start, timeBase, sample),
           .length = av_rescale_q(scan.end - scan.start, timeBase, sample)};
 }

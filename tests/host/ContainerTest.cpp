@@ -54,6 +54,35 @@ TEST_F(ContainerTest, DefaultQualityIsNearThePicture) {
   }
 }
 
+TEST_F(ContainerTest, JpegTakesClipsOfAnyRange) {
+  MakeClip("clip.mp4", 160, 120, 3);
+  // Under the name of the plain format, which is what effects know.
+  Clip clip = ReadClip(In("clip.mp4"), "yuvj420p");
+  clip.pixelFormat = "yuv420p";
+  const Clip expected = Apply(clip, "Mirror Move X", 5000);
+  for (const char* name : {"out.jpg", "out.avi"}) {
+    SCOPED_TRACE(name);
+    Words words = {"--effect", "Mirror Move X"};
+    if (std::string(name) == "out.jpg") words.insert(words.end(), {"--frames", "1"});
+    if (std::string(name) == "out.avi") words.insert(words.end(), {"--codec", "mjpeg"});
+    RenderWell("clip.mp4", name, words);
+    EXPECT_EQ(CodecOf(name, "video"), "mjpeg");
+    const Clip actual = ReadClip(In(name), "yuvj420p");
+    Clip first = expected;
+    first.frames.resize(actual.frames.size());
+    EXPECT_LE(LargestDifference(first, actual), 48) << "the range is not that of the picture";
+  }
+}
+
+TEST_F(ContainerTest, EncodersHoldTheirTongue) {
+  MakeSilentClip("clip.mp4", 64, 64, 3);
+  const std::string encoders = FFmpeg({"-encoders"});
+  for (const char* codec : {"libx264", "libx265", "libsvtav1", "libaom-av1", "libvpx-vp9", "libtheora"}) {
+    if (encoders.find(codec) == std::string::npos) continue;
+    EXPECT_EQ(RenderWell("clip.mp4", std::string(codec) + ".mkv", {"--effect", "Swirl", "--codec", codec}).err, "");
+  }
+}
+
 TEST_F(ContainerTest, IndexStandsInFront) {
   MakeClip("clip.mp4", 64, 48, 12);
   RenderWell("clip.mp4", "out.mp4", {"--effect", "Swirl"});

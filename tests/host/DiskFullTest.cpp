@@ -58,6 +58,54 @@ TEST_F(DiskFullTest, FileThatIsThereSurvives) {
   EXPECT_EQ(Names("small").size(), 1U);
 }
 
+TEST_F(DiskFullTest, Gallery) {
+  const Ending ending = Norix({"gallery", In("clip.mp4"), In("small/gallery"), "--width", "160"});
+  EXPECT_EQ(ending.code, 1);
+  EXPECT_THAT(ending.err, HasSubstr("No space left on device"));
+  EXPECT_THAT(ending.err, HasSubstr("small/gallery"));
+  EXPECT_THAT(Names("small"), IsEmpty());
+}
+
+TEST_F(DiskFullTest, Transition) {
+  const Ending ending = Norix({"transition", In("clip.mp4"), In("clip.mp4"), In("small/out.mkv"), "--group",
+                               "Flip Roll Left", "--option", "crf=1"});
+  EXPECT_EQ(ending.code, 1);
+  EXPECT_THAT(ending.err, HasSubstr("No space left on device"));
+  EXPECT_THAT(Names("small"), IsEmpty());
+}
+
+TEST_F(DiskFullTest, AtTheVeryEnd) {
+  // The last write, of an index or a trailer, is the first that fails; or none does.
+  const Words words = {"--effect", "Swirl", "--video-only", "--frames", "3"};
+  const auto render = [&](const std::string& name) {
+    Words all = {"render", In("clip.mp4"), In("small/" + name)};
+    all.insert(all.end(), words.begin(), words.end());
+    return Norix(all);
+  };
+  for (const std::string name : {"out.mp4", "out.mkv"}) {
+    ASSERT_EQ(render(name).code, 0);
+    const std::size_t bytes = Content(In("small/" + name)).size();
+    std::filesystem::remove(In("small/" + name));
+    constexpr std::size_t kPage = 4096;
+    constexpr std::size_t kDisk = 65536;
+    // Room for ever fewer pages.
+    for (std::size_t room = (bytes + kPage - 1) / kPage + 1; room-- > 0;) {
+      SetContent(In("small/ballast"), std::string(kDisk - room * kPage, 'b'));
+      const Ending ending = render(name);
+      const bool fits = ending.code == 0;
+      if (fits) {
+        EXPECT_EQ(PlayErrors(In("small/" + name)), "");
+        std::filesystem::remove(In("small/" + name));
+      } else {
+        EXPECT_EQ(ending.code, 1);
+        EXPECT_THAT(ending.err, HasSubstr("No space left on device"));
+      }
+      EXPECT_EQ(Names("small"), std::set<std::string>{"ballast"});
+    }
+    std::filesystem::remove(In("small/ballast"));
+  }
+}
+
 TEST_F(DiskFullTest, SinglePicture) {
   MakeNoiseClip("photo.png", "rgb24", 300, 300, 1, {});
   const Ending ending = Render("photo.png", "small/out.png", {"--effect", "Swirl"});

@@ -36,7 +36,8 @@ protected:
     std::filesystem::create_directory(In("out/folder.mp4"));
     const auto named = [](const std::string& name) {
       const Words& words = GetParam().arguments;
-      return std::find(words.begin(), words.end(), "IN/" + name) != words.end();
+      return std::any_of(words.begin(), words.end(),
+                         [&](const std::string& word) { return word == "IN/" + name || word == "FILE:IN/" + name; });
     };
     if (named("clip.mp4")) MakeClip("in/clip.mp4", 64, 48, 10, {"-c:v", "mpeg4"});
     if (named("sound.mp4")) FFmpeg({"-f", "lavfi", "-i", "sine=d=0.2", In("in/sound.mp4")});
@@ -48,6 +49,7 @@ protected:
 
   std::string Expand(std::string word) const {
     if (word.rfind("IN/", 0) == 0) return In("in/" + word.substr(3));
+    if (word.rfind("FILE:IN/", 0) == 0) return "file:" + In("in/" + word.substr(8));
     if (word.rfind("OUT/", 0) == 0) return In("out/" + word.substr(4));
     return word;
   }
@@ -89,16 +91,18 @@ Words Usual(const Words& more) { return Rendering("IN/clip.mp4", "OUT/out.mp4", 
 
 INSTANTIATE_TEST_SUITE_P(
     Input, ErrorTest,
-    testing::Values(Mistake{"Missing", Swirling("IN/nothing.mp4", "OUT/out.mp4"), 1, {"IN/nothing.mp4", "No such file"}},
-                    Mistake{"Folder", Swirling("IN/", "OUT/out.mp4"), 1, {"folder"}},
-                    Mistake{"Text", Swirling("IN/text.txt", "OUT/out.mp4"), 1, {"IN/text.txt"}},
-                    Mistake{"Empty", Swirling("IN/empty.mp4", "OUT/out.mp4"), 1, {"IN/empty.mp4"}},
-                    Mistake{"Noise", Swirling("IN/noise.mp4", "OUT/out.mp4"), 1, {"IN/noise.mp4"}},
-                    Mistake{"SoundOnly", Swirling("IN/sound.mp4", "OUT/out.mp4"), 1, {"IN/sound.mp4", "no video stream"}},
-                    Mistake{"MissingWithExistingOutput",
-                            Swirling("IN/nothing.mp4", "OUT/existing.mp4", {"-y"}),
-                            1,
-                            {"IN/nothing.mp4"}}),
+    testing::Values(
+        Mistake{"Missing", Swirling("IN/nothing.mp4", "OUT/out.mp4"), 1, {"IN/nothing.mp4", "No such file"}},
+        Mistake{"Folder", Swirling("IN/", "OUT/out.mp4"), 1, {"folder"}},
+        Mistake{"Text", Swirling("IN/text.txt", "OUT/out.mp4"), 1, {"IN/text.txt"}},
+        Mistake{"Empty", Swirling("IN/empty.mp4", "OUT/out.mp4"), 1, {"IN/empty.mp4"}},
+        Mistake{"Nothing", Swirling("/dev/null", "OUT/out.mp4"), 1, {"/dev/null"}},
+        Mistake{"Zeros", Swirling("/dev/zero", "OUT/out.mp4"), 1, {"/dev/zero"}},
+        Mistake{"NameTooLong", Swirling("IN/" + std::string(300, 'n') + ".mp4", "OUT/out.mp4"), 1, {"nnn.mp4", "too long"}},
+        Mistake{"Noise", Swirling("IN/noise.mp4", "OUT/out.mp4"), 1, {"IN/noise.mp4"}},
+        Mistake{"SoundOnly", Swirling("IN/sound.mp4", "OUT/out.mp4"), 1, {"IN/sound.mp4", "no video stream"}},
+        Mistake{
+            "MissingWithExistingOutput", Swirling("IN/nothing.mp4", "OUT/existing.mp4", {"-y"}), 1, {"IN/nothing.mp4"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(
@@ -160,8 +164,17 @@ INSTANTIATE_TEST_SUITE_P(
                 2,
                 {"speeed"}},
         Mistake{"OptionValueWrong", Usual({"--effect", "Swirl", "--option", "crf=sharp"}), 1, {"crf=sharp"}},
+        Mistake{
+            "PresetUnknown", Usual({"--effect", "Swirl", "--option", "preset=best"}), 1, {"preset=best", "OUT/out.mp4"}},
+        Mistake{"ProfileUnknown",
+                Usual({"--effect", "Swirl", "--codec", "libx265", "--option", "profile=best"}),
+                1,
+                {"profile=best", "OUT/out.mp4"}},
         Mistake{"OptionWithoutValue", Usual({"--effect", "Swirl", "--option", "preset"}), 2, {"preset", "="}},
         Mistake{"SameAsInput", Swirling("IN/clip.mp4", "IN/clip.mp4", {"-y"}), 1, {"IN/clip.mp4"}},
+        Mistake{
+            "SameAsInputByItsAddress", Swirling("FILE:IN/clip.mp4", "IN/clip.mp4", {"-y"}), 1, {"IN/clip.mp4", "output"}},
+        Mistake{"NameTooLong", Swirling("IN/clip.mp4", "OUT/" + std::string(300, 'n') + ".mp4"), 1, {"nnn.mp4", "name"}},
         Mistake{"SameAsInputByAnotherPath", Swirling("IN/clip.mp4", "OUT/../in/./clip.mp4", {"-y"}), 1, {"clip.mp4"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
@@ -188,18 +201,71 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"ProgressUnknown", Usual({"--effect", "Swirl", "--progress", "dance"}), 2, {"dance", "json"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
-class OutputTest : public HostTest {};
+class OutputTest : public HostTest {
+protected:
+  static constexpr int kNotAllowed = 127;  // the program could not be begun
+
+  /** Runs norix as a user whom permissions hold back, as they do not root. */
+  static Ending AsNobody(const Words& words) {
+    constexpr uid_t kNobody = 65534;
+    Launch launch = NorixLaunch(words);
+    if (geteuid() == 0) launch.user = kNobody;
+    return RunToEnd(launch);
+  }
+};
 
 TEST_F(OutputTest, FolderWithoutPermission) {
-  if (geteuid() == 0) GTEST_SKIP() << "root may write everywhere";
   MakeClip("clip.mp4", 64, 48, 5);
   std::filesystem::create_directory(In("closed"));
   chmod(In("closed").c_str(), 0555);
-  const Ending ending = Render("clip.mp4", "closed/out.mp4", {"--effect", "Swirl"});
+  const Ending ending = AsNobody({"render", In("clip.mp4"), In("closed/out.mp4"), "--effect", "Swirl"});
   chmod(In("closed").c_str(), 0755);
+  if (ending.code == kNotAllowed) GTEST_SKIP() << "others may not read the build's folder";
   EXPECT_EQ(ending.code, 1);
   EXPECT_THAT(ending.err, HasSubstr("Permission denied"));
   EXPECT_THAT(Names("closed"), IsEmpty());
+}
+
+TEST_F(OutputTest, InputWithoutPermission) {
+  MakeClip("clip.mp4", 64, 48, 5);
+  std::filesystem::create_directory(In("open"));
+  chmod(In("open").c_str(), 0777);
+  chmod(In("clip.mp4").c_str(), 0000);
+  const Ending ending = AsNobody({"render", In("clip.mp4"), In("open/out.mp4"), "--effect", "Swirl"});
+  if (ending.code == kNotAllowed) GTEST_SKIP() << "others may not read the build's folder";
+  EXPECT_EQ(ending.code, 1);
+  EXPECT_THAT(ending.err, HasSubstr("clip.mp4': Permission denied"));
+  EXPECT_THAT(Names("open"), IsEmpty());
+}
+
+TEST_F(OutputTest, SecondNameOfTheInputIsTheInput) {
+  MakeClip("clip.mp4", 64, 48, 5);
+  const std::string before = Content(In("clip.mp4"));
+  std::filesystem::create_hard_link(In("clip.mp4"), In("second.mp4"));
+  EXPECT_EQ(Render("clip.mp4", "second.mp4", {"--effect", "Swirl", "-y"}).code, 1);
+  EXPECT_EQ(Content(In("clip.mp4")), before);
+}
+
+TEST_F(OutputTest, InputWhoseNameLooksLikeAnAddress) {
+  MakeClip("clip.mp4", 64, 48, 5);
+  std::filesystem::rename(In("clip.mp4"), In("a:b.mp4"));
+  const Launch norix = NorixLaunch({});
+  Launch shell = {.arguments = {"/bin/sh", "-c", "cd \"$1\" && exec \"$2\" render a:b.mp4 out.mp4 --effect Swirl", "sh",
+                                In(""), norix.arguments.front()}};
+  ExpectDone(RunToEnd(shell));
+  EXPECT_EQ(FrameTimes(In("out.mp4")).size(), 5U);
+}
+
+TEST_F(OutputTest, InputFromAPipe) {
+  MakeClip("clip.ts", 64, 48, 5);
+  ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);
+  Process feed({.arguments = {"/bin/sh", "-c", "cat \"$1\" > \"$2\"", "sh", In("clip.ts"), In("pipe")}});
+  ExpectDone(Render("pipe", "out.mkv", {"--effect", "Swirl"}));
+  EXPECT_EQ(FrameTimes(In("out.mkv")).size(), 5U);
+  ASSERT_EQ(mkfifo(In("pipe.mp4").c_str(), 0600), 0);
+  const Ending ending = Render("clip.ts", "pipe.mp4", {"--effect", "Swirl", "-y"});
+  EXPECT_EQ(ending.code, 1);
+  EXPECT_THAT(ending.err, HasSubstr("pipe.mp4' is not a file"));
 }
 
 TEST_F(OutputTest, LinkGoesOnPointingToTheFile) {

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -83,6 +84,53 @@ TEST_F(InterruptTest, WhileLookingForTheFirstFrame) {
   EXPECT_EQ(ending.code, 130);
   EXPECT_EQ(Content(In("out.mp4")), "precious");
   EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4"}));
+}
+
+TEST_F(InterruptTest, AtAnyMoment) {
+  // Short, so that some end before the signal comes.
+  MakeSilentClip("short.mp4", 64, 48, 25);
+  std::mt19937 random(1);
+  for (int i = 0; i < 30; ++i) {
+    const bool kill = i % 3 == 2;
+    const int signal = kill ? SIGKILL : i % 3 == 1 ? SIGTERM : SIGINT;
+    const int milliseconds = std::uniform_int_distribution<int>(0, 250)(random);
+    SCOPED_TRACE("signal " + std::to_string(signal) + " after " + std::to_string(milliseconds) + " ms");
+    SetContent(In("out.mp4"), "precious");
+    Process norix(
+        NorixLaunch({"render", In("short.mp4"), In("out.mp4"), "-y", "--effect", "Swirl", "--option", "preset=slow"}));
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    norix.Send(signal);
+    if (i % 5 == 4) norix.Send(SIGTERM);
+    const Ending ending = norix.Wait();
+    ASSERT_FALSE(ending.late);
+    if (ending.code >= 0) {
+      EXPECT_THAT(ending.code, testing::AnyOf(0, 130)) << ending.err;
+      EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", "short.mp4"}));
+    } else {  // which before signals are caught may be any of them
+      EXPECT_THAT(ending.signal, testing::AnyOf(signal, SIGTERM));
+    }
+    if (ending.code != 0 && Content(In("out.mp4")) == "precious") continue;
+    EXPECT_NE(ending.code, 130);
+    EXPECT_EQ(FrameTimes(In("out.mp4")).size(), 25U);
+    EXPECT_EQ(PlayErrors(In("out.mp4")), "");
+  }
+  // What killed runs have left goes with the next.
+  ExpectDone(Norix({"render", In("short.mp4"), In("out.mp4"), "-y", "--effect", "Swirl"}));
+  EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", "short.mp4"}));
+}
+
+TEST_F(InterruptTest, GalleryLeavesNothing) {
+  MakeSilentClip("large.mp4", 1280, 720, 2);
+  const auto names = Names();
+  Process norix(NorixLaunch({"gallery", In("large.mp4"), In("new/gallery"), "--width", "640", "--threads", "2"}));
+  const auto begun = [&] { return std::filesystem::exists(In("new/gallery")) && !Names("new/gallery").empty(); };
+  while (!begun()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  norix.Send(SIGINT);
+  const Ending ending = norix.Wait();
+  EXPECT_EQ(ending.code, 130);
+  EXPECT_THAT(ending.err, HasSubstr("nothing was written"));
+  EXPECT_EQ(Names(), names);
 }
 
 }  // namespace

@@ -26,6 +26,50 @@ TEST_F(MemoryTest, DoesNotGrowWithTheClip) {
   EXPECT_GT(little, 0);
 }
 
+/** No more pictures are at work than threads, and those wait in a row of two more; each is there up to three times. */
+TEST_F(MemoryTest, GrowsWithTheThreadsAndNotWithTheClip) {
+  if (!std::string(NORIX_SANITIZE).empty()) GTEST_SKIP() << "sanitizers keep freed memory";
+  MakeSilentClip("clip.mkv", 640, 480, 50);
+  constexpr long kPictureKiB = 640 * 480 * 4 / 1024;
+  const auto peak = [&](const Words& words) {
+    Words all = {"--codec", "ffv1", "-y", "--format", "bgra"};
+    all.insert(all.end(), words.begin(), words.end());
+    const Ending ending = Render("clip.mkv", "out.mkv", all);
+    ExpectDone(ending);
+    return ending.peakKiB;
+  };
+  const Words chain = {"--effect", "Mirror Move X", "--effect", "Swirl", "--group", "Flip Roll Left"};
+  const auto with = [&](const char* option, const char* value) {
+    Words words = chain;
+    words.insert(words.end(), {option, value});
+    return words;
+  };
+  const long one = peak(with("--threads", "1"));
+  EXPECT_LT(peak(with("--threads", "16")), one + 18 * 3 * kPictureKiB + 20 * 1024);
+  EXPECT_LT(peak(with("--bands", "16")), one + 5 * kPictureKiB + 20 * 1024);
+}
+
+TEST_F(MemoryTest, TransitionShowsAPictureThatStaysLongOneAtATime) {
+  if (!std::string(NORIX_SANITIZE).empty()) GTEST_SKIP() << "sanitizers keep freed memory";
+  MakeSilentClip("a.mkv", 64, 48, 50);
+  FFmpeg({"-i", In("a.mkv"), "-c", "copy", "-bsf:v", "setts=ts='TS+if(gte(N,25),200000,0)'", In("b.mkv")});
+  const auto join = [&](const std::string& b) {
+    return Norix({"transition", In("a.mkv"), In(b), In("out.mkv"), "--group", "Flip Roll Left", "--codec", "ffv1", "-y"});
+  };
+  const Ending plain = join("a.mkv");
+  ExpectDone(plain);
+  const Ending jump = join("b.mkv");
+  ExpectDone(jump);
+  EXPECT_THAT(jump.out, testing::HasSubstr("5100 frames"));
+  EXPECT_LT(jump.peakKiB, plain.peakKiB + 10 * 1024);
+  // Longer than anybody means is refused before it begins.
+  FFmpeg({"-i", In("a.mkv"), "-c", "copy", "-bsf:v", "setts=ts='TS+if(gte(N,25),90000000,0)'", In("b.mkv")});
+  const Ending endless = join("b.mkv");
+  EXPECT_EQ(endless.code, 1);
+  EXPECT_THAT(endless.err, testing::HasSubstr("b.mkv"));
+  EXPECT_THAT(endless.err, testing::HasSubstr("3600"));
+}
+
 }  // namespace
 
 }  // namespace norix::test

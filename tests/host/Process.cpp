@@ -37,11 +37,26 @@ Ends Connect(Stream stream, unsigned columns) {
     fcntl(ends.theirs, F_SETFD, FD_CLOEXEC);
     return ends;
   }
+  if (stream == Stream::kClosed) return ends;
+  if (stream == Stream::kFull) {
+    ends.theirs = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (ends.theirs < 0) Throw("/dev/full");
+    return ends;
+  }
   std::array<int, 2> pipe{};
   if (pipe2(pipe.data(), O_CLOEXEC) != 0) Throw("pipe2");
   ends = {pipe[0], pipe[1]};
   if (stream == Stream::kDeafPipe) close(std::exchange(ends.ours, -1));
   return ends;
+}
+
+/** In the new process: takes what is meant for a standard stream. */
+void Take(int theirs, int stream) {
+  if (theirs >= 0) {
+    dup2(theirs, stream);
+  } else {
+    close(stream);
+  }
 }
 
 /** In the new process: signals as at a shell's prompt, whatever the tests were started with. */
@@ -65,15 +80,17 @@ Process::Process(const Launch& launch) : deadline_(std::chrono::steady_clock::no
   if (id_ == 0) {
     ResetSignals();
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    dup2(nothing, STDIN_FILENO);
-    dup2(out.theirs, STDOUT_FILENO);
-    dup2(err.theirs, STDERR_FILENO);
+    Take(launch.noInput ? -1 : nothing, STDIN_FILENO);
+    Take(out.theirs, STDOUT_FILENO);
+    Take(err.theirs, STDERR_FILENO);
     for (const auto& [name, value] : launch.environment) setenv(name.c_str(), value.c_str(), 1);
+    if (launch.user != 0 && setuid(launch.user) != 0) _exit(126);
     execv(arguments[0], arguments.data());
     _exit(127);
   }
-  close(out.theirs);
-  close(err.theirs);
+  for (const int theirs : {out.theirs, err.theirs}) {
+    if (theirs >= 0) close(theirs);
+  }
   out_ = out.ours;
   err_ = err.ours;
 }

@@ -16,6 +16,8 @@ enum class Stream {
   kPipe,     /**< a pipe that is read to its end */
   kDeafPipe, /**< a pipe nobody reads from any more */
   kTerminal, /**< a pseudo-terminal */
+  kClosed,   /**< nothing at all */
+  kFull,     /**< a device without room */
 };
 
 struct Launch {
@@ -25,6 +27,8 @@ struct Launch {
   Stream err = Stream::kPipe;
   std::chrono::seconds limit{100};
   unsigned columns = 80; /**< of a terminal */
+  uid_t user = 0;        /**< to become before it begins; 0: who the tests are */
+  bool noInput = false;  /**< stdin is closed */
 };
 
 /** How a process ended. */
