@@ -1,18 +1,13 @@
 // norix: renders video with NorixEngine's effects.
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
 #include <new>
-#include <string>
-#include <system_error>
-#include <vector>
 
 #include "Failure.h"
 #include "Interrupt.h"
-#include "NearestName.h"
 #include "StandardStreams.h"
 #include "cli/CommandLine.h"
 #include "media/Av.h"
@@ -21,29 +16,13 @@ namespace norix::host {
 
 namespace {
 
-/// A first word that is no command gets a better answer than that one is missing.
-void CheckCommand(const CLI::App& app, int argc, char** argv) {
-  if (argc < 2 || argv[1][0] == '-') return;
-  std::vector<std::string> names;
-  for (const CLI::App* command : app.get_subcommands(nullptr)) names.push_back(command->get_name());
-  if (std::find(names.begin(), names.end(), argv[1]) != names.end()) return;
-  FailUsage("there is no command '{}'; did you mean '{}'? `norix --help` lists all", argv[1], NearestName(argv[1], names));
-}
-
 int Run(int argc, char** argv) {
   CLI::App app;
   bool verbose = false;
   std::function<int()> run;
   SetUpCommandLine(app, verbose, run);
-  app.failure_message([](const CLI::App* command, const CLI::Error& error) {
-    // The command that was meant, if one was named, has the help that helps.
-    const auto named = command->get_subcommands();
-    const std::string help = named.empty() ? "norix" : "norix " + named.front()->get_name();
-    return "norix: error: " + std::string(error.what()) + "; see `" + help + " --help`\n";
-  });
-  CheckCommand(app, argc, argv);
   try {
-    app.parse(argc, argv);
+    ParseCommandLine(app, argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }

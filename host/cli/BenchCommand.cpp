@@ -57,11 +57,10 @@ void AddBenchCommand(CLI::App& app, std::function<int()>& run) {
       ->check(Seconds());
   command->add_flag("--json", request.json, "Print JSON for programs");
   command->final_callback([words, &run] {
-    run = [words] {
-      TakeSize(words->size, words->request);
-      if (words->level >= 0) words->request.level = words->level;
-      return Bench(words->request);
-    };
+    TakeSize(words->size, words->request);
+    if (words->level >= 0) words->request.level = words->level;
+    CheckRequest(words->request);
+    run = [words] { return Bench(words->request); };
   });
 }
 

@@ -35,10 +35,8 @@ void AddGalleryCommand(CLI::App& app, std::function<int()>& run) {
   AddThreads(*command, request.threads);
   command->add_flag("-y,--overwrite", request.overwrite, "Replace files that exist");
   command->final_callback([words, &run] {
-    run = [words] {
-      if (words->frame >= 0) words->request.frame = words->frame;
-      return Gallery(words->request);
-    };
+    if (words->frame >= 0) words->request.frame = words->frame;
+    run = [words] { return Gallery(words->request); };
   });
 }
 

@@ -173,14 +173,13 @@ void AddRenderCommand(CLI::App& app, std::function<int()>& run) {
   AddProgress(*command, request.progress);
 
   command->final_callback([command, words, &run] {
-    run = [command, words] {
-      RenderRequest& todo = words->request;
-      todo.steps = ParseSteps(*command, *words);
-      TakeOptions(words->options, todo.output);
-      if (words->frames > 0) todo.frames = words->frames;
-      if (words->groupSeconds > 0) todo.groupSeconds = words->groupSeconds;
-      return Render(todo);
-    };
+    RenderRequest& todo = words->request;
+    todo.steps = ParseSteps(*command, *words);
+    TakeOptions(words->options, todo.output);
+    if (words->frames > 0) todo.frames = words->frames;
+    if (words->groupSeconds > 0) todo.groupSeconds = words->groupSeconds;
+    CheckRequest(todo);
+    run = [words] { return Render(words->request); };
   });
 }
 

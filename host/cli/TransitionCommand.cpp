@@ -41,10 +41,9 @@ void AddTransitionCommand(CLI::App& app, std::function<int()>& run) {
   AddThreads(*command, request.threads);
   AddProgress(*command, request.progress);
   command->final_callback([words, &run] {
-    run = [words] {
-      TakeOptions(words->options, words->request.output);
-      return Transition(words->request);
-    };
+    TakeOptions(words->options, words->request.output);
+    CheckRequest(words->request);
+    run = [words] { return Transition(words->request); };
   });
 }
 

@@ -122,17 +122,20 @@ nlohmann::json Json(const BenchRequest& request, const std::string& target, cons
 
 }  // namespace
 
-ExitCode Bench(const BenchRequest& request) {
+void CheckRequest(const BenchRequest& request) {
   CheckEngine();
   if (av_get_pix_fmt(request.format.c_str()) == AV_PIX_FMT_NONE) {
     FailUsage("--format {}: FFmpeg knows no such pixel format; the effects work in yuv420p, rgb24 and bgra",
               request.format);
   }
-  std::vector<const EffectInfo*> effects;
   for (const std::string& name : request.effects) {
     if (!Renders(FindEffect(name).name)) FailUsage("the engine does not render the effect \"{}\"", name);
-    effects.push_back(&FindEffect(name));
   }
+}
+
+ExitCode Bench(const BenchRequest& request) {
+  std::vector<const EffectInfo*> effects;
+  for (const std::string& name : request.effects) effects.push_back(&FindEffect(name));
   if (effects.empty()) {
     for (const EffectInfo& effect : Effects()) {
       if (Renders(effect.name)) effects.push_back(&effect);

@@ -20,7 +20,10 @@ struct BenchRequest {
   bool json = false;
 };
 
-/// Times every effect on this machine, on one thread, and prints a table. Throws Failure.
+/// Throws Failure for what is wrong with a request.
+void CheckRequest(const BenchRequest& request);
+
+/// Times every effect on this machine, on one thread, and prints a table; the request has been checked. Throws Failure.
 ExitCode Bench(const BenchRequest& request);
 
 }  // namespace norix::host

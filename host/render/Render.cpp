@@ -33,13 +33,6 @@ void CheckStep(const EffectRequest& effect) {
 
 void CheckStep(const GroupRequest& group) { FindGroup(group.name); }
 
-void CheckRequest(const RenderRequest& request) {
-  CheckEngine();
-  if (request.steps.empty()) FailUsage("no effect given; add --effect NAME or --group NAME, and see `norix list`");
-  for (const StepRequest& step : request.steps) std::visit([](const auto& each) { CheckStep(each); }, step);
-  CheckNotInput(request.output.path, request.input);
-}
-
 /// True when a level or a time changes over the clip, whose length is needed then.
 bool RunsOverClip(const RenderRequest& request) {
   return std::any_of(request.steps.begin(), request.steps.end(), [&](const StepRequest& step) {
@@ -84,8 +77,15 @@ std::optional<std::int64_t> LengthOf(const Input& input, const RenderRequest& re
 
 }  // namespace
 
+void CheckRequest(const RenderRequest& request) {
+  CheckEngine();
+  if (request.steps.empty()) FailUsage("no effect given; add --effect NAME or --group NAME, and see `norix list`");
+  for (const StepRequest& step : request.steps) std::visit([](const auto& each) { CheckStep(each); }, step);
+  if (!request.format.empty()) WishedFormat(request.format);
+  CheckNotInput(request.output.path, request.input);
+}
+
 ExitCode Render(const RenderRequest& request) {
-  CheckRequest(request);
   Progress progress(request.progress);
   Input input(request.input);
   const std::optional<ClipScan> scan = ScanClip(request.input);

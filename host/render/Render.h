@@ -29,7 +29,10 @@ struct RenderRequest {
   ProgressStyle progress = ProgressStyle::kAutomatic;
 };
 
-/// Renders a clip to a file and says so on stdout. Throws Failure.
+/// Throws Failure for what is wrong with a request and can be told before any file is opened.
+void CheckRequest(const RenderRequest& request);
+
+/// Renders a clip to a file and says so on stdout; the request has been checked. Throws Failure.
 ExitCode Render(const RenderRequest& request);
 
 }  // namespace norix::host

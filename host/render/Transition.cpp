@@ -82,10 +82,13 @@ SoundSpan SoundOf(const Input& input, const ClipScan& scan, const AudioEncoder& 
 
 }  // namespace
 
-ExitCode Transition(const TransitionRequest& request) {
+void CheckRequest(const TransitionRequest& request) {
   CheckEngine();
   FindGroup(request.group);
   for (const std::string& clip : {request.first, request.second}) CheckNotInput(request.output.path, clip);
+}
+
+ExitCode Transition(const TransitionRequest& request) {
   Progress progress(request.progress);
   Input first(request.first);
   Input second(request.second);

@@ -19,7 +19,10 @@ struct TransitionRequest {
   ProgressStyle progress = ProgressStyle::kAutomatic;
 };
 
-/// Joins two clips with a group effect over the cut and says so on stdout. Throws Failure.
+/// Throws Failure for what is wrong with a request and can be told before any file is opened.
+void CheckRequest(const TransitionRequest& request);
+
+/// Joins two clips with a group effect over the cut and says so on stdout; the request has been checked. Throws Failure.
 ExitCode Transition(const TransitionRequest& request);
 
 }  // namespace norix::host

@@ -8,7 +8,6 @@
 #include <sstream>
 
 #include "support/Formats.h"
-#include "support/Targets.h"
 
 namespace norix::test {
 
@@ -58,7 +57,7 @@ EffectComparison::Outcome EffectComparison::Render(AVFrame* dst, AVFrame* src, F
 }
 
 testing::AssertionResult EffectComparison::Agrees(const Picture& source, const PictureShape& dst, BandOfRows band,
-                                                  std::uint64_t seed) const {
+                                                  std::uint64_t seed, std::span<const std::int64_t> targets) const {
   Picture src = source;
   const Picture before(dst, ~seed);
   const auto randomSeed = static_cast<unsigned>(seed);
@@ -68,7 +67,7 @@ testing::AssertionResult EffectComparison::Agrees(const Picture& source, const P
   effect_.render(*expected.Frame(), *src.Frame(), expectedParams.Get(), band.firstRow, band.rowCount);
   const int expectedDraw = std::rand();
 
-  for (const std::int64_t target : Targets()) {
+  for (const std::int64_t target : targets) {
     const ForcedTarget forced(target);
     Picture actual = before;
     const ParamObject actualParams = params_.Clone();
@@ -130,7 +129,7 @@ std::string EffectComparison::Describe(const PictureShape& src, const PictureSha
   text << std::setprecision(17) << effect_.name << ", " << FormatOf(src.format).name << ' ' << src.width << 'x'
        << src.height << ", band " << band.firstRow << " of " << band.rowCount << " rows, fields {";
   for (std::size_t i = 0; i < params_.FieldCount(); ++i) text << (i == 0 ? "" : ", ") << params_.Field(i);
-  text << "}, padding of source and destination";
+  text << '}' << (params_.Get() == nullptr ? " (null parameters)" : "") << ", padding of source and destination";
   for (std::size_t plane = 0; plane < 4; ++plane)
     text << ' ' << src.padding[plane] << (src.bottomUp[plane] ? "up" : "") << '/' << dst.padding[plane]
          << (dst.bottomUp[plane] ? "up" : "");

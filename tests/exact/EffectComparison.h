@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "support/GuardedPicture.h"
 #include "support/Picture.h"
 #include "support/Random.h"
+#include "support/Targets.h"
 
 namespace norix::test {
 
@@ -38,12 +41,18 @@ public:
 
   void SetLevel(int level) { params_ = ParamObject(effect_.name, level); }
 
+  /** Renders without a parameter object. */
+  void DropParams() { params_ = ParamObject(); }
+
+  std::size_t FieldCount() const { return params_.FieldCount(); }
+  void SetField(std::size_t index, double value) { params_.SetField(index, value); }
+
   /** Fields from the first on; those not given keep their values. */
   void SetFields(const std::vector<double>& values);
 
   /** The destination holds noise beforehand. */
-  testing::AssertionResult Agrees(const Picture& source, const PictureShape& dst, BandOfRows band,
-                                  std::uint64_t seed) const;
+  testing::AssertionResult Agrees(const Picture& source, const PictureShape& dst, BandOfRows band, std::uint64_t seed,
+                                  std::span<const std::int64_t> targets = Targets()) const;
 
   /** A source of noise. */
   testing::AssertionResult Agrees(const PictureShape& dst, const PictureShape& src, BandOfRows band,

@@ -357,7 +357,7 @@ constexpr std::ptrdiff_t kDenseShare = 3;
 /// Makes the doubles 2^52 + sample of four pixels by a byte shuffle. The pixels lie `step` bytes apart from byte `first` on
 /// in a block, of which two bytes that no sample needs are replaced by those of 2^52.
 struct PixelTable {
-  alignas(32) std::uint8_t places[4][32] = {};
+  alignas(32) std::uint8_t places[4 * 32] = {};  ///< a pixel's after the other
   alignas(16) std::uint8_t replaced[16] = {};
   alignas(16) std::uint8_t replacement[16] = {};
 
@@ -368,7 +368,7 @@ struct PixelTable {
         if (i % 8 == 0 && i / 8 < 3) place = first + pixel * step + i / 8;
         if (i % 8 == 6) place = lower;
         if (i % 8 == 7) place = upper;
-        places[pixel][i] = static_cast<std::uint8_t>(place);
+        places[pixel * 32 + i] = static_cast<std::uint8_t>(place);
       }
     }
     replaced[lower] = 255;
@@ -413,7 +413,7 @@ struct DenseProducts {
 
   /// The k-th vector of the four pixels, 2^52 added to every sample.
   static HWY_INLINE QuadVector Biased(QuadByteVector pixels, const PixelTable& table, std::size_t k) {
-    const auto places = hn::Load(QuadBytes(), table.places[0] + k * kQuadLanes * 8);
+    const auto places = hn::Load(QuadBytes(), table.places + k * kQuadLanes * 8);
     return hn::BitCast(Quads(), hn::TableLookupBytesOr0(pixels, places));
   }
 

@@ -393,11 +393,8 @@ public:
     const int count = end - begin;
     if (count >= kSamples) {
       FadeWeight<kBytes> reversed[kFocusStrip + kFocusSpare];
-      const FadeWeight<kBytes>* weights = right_ + (begin - offset);
-      if (leftSide) {
-        ReverseWeights(right_ + (offset - (end - 1)), count, reversed);
-        weights = reversed;
-      }
+      const FadeWeight<kBytes>* const weights = leftSide ? reversed : right_ + (begin - offset);
+      if (leftSide) ReverseWeights(right_ + (offset - (end - 1)), count, reversed);
       const Lanes lanes(setup_);
       for (std::size_t p = 0; p < FocusRow<kBytes>::kPlanes; ++p) {
         const std::uint8_t* in = row.in[p] + std::ptrdiff_t{begin} * kBytes;

@@ -78,8 +78,10 @@ def load_plan(path: Path, catalogue: Catalogue, overwrite: bool = False) -> Plan
             document = tomllib.load(file)
     except OSError as error:
         raise PlanError([f"cannot read the plan '{path}': {error.strerror}"]) from error
-    except (tomllib.TOMLDecodeError, UnicodeDecodeError) as error:
-        raise PlanError([f"{path}: not TOML: {error}"]) from error
+    except ValueError as error:  # also for bytes that are no text, and for numbers of thousands of digits
+        raise PlanError([f"{path}: not TOML: {_printable(str(error))}"]) from error
+    except RecursionError as error:
+        raise PlanError([f"{path}: tables or lists lie too deep in each other"]) from error
     reader = _Reader(path, catalogue, overwrite)
     clips = reader.read(document)
     if reader.problems:
@@ -105,7 +107,7 @@ class _Table:
 
     def problem(self, text: str) -> None:
         """Notes a problem of this table, unless it was noted before."""
-        line = f"{self.place}: {text}"
+        line = _printable(f"{self.place}: {text}")
         if line not in self._problems:
             self._problems.append(line)
 
@@ -127,8 +129,10 @@ class _Table:
         return None
 
     def text(self, key: str) -> str | None:
-        """A string that is not empty."""
-        value: str | None = self.get(key, "a text", lambda each: isinstance(each, str) and each != "")
+        """A string that is not empty and can be an argument of a program."""
+        value: str | None = self.get(
+            key, "a text, not empty and without zeros in it", lambda each: each != "" and _is_argument(each)
+        )
         return value
 
     def whole(self, key: str, least: int, most: int) -> int | None:
@@ -143,10 +147,22 @@ class _Table:
         return bool(self.get(key, "true or false", lambda each: isinstance(each, bool)))
 
 
+def _printable(text: str) -> str:
+    """On one line, and nothing in it that a terminal would obey."""
+    return "".join(each if each.isprintable() else each.encode("unicode_escape").decode() for each in text)
+
+
 def _shown(value: Any) -> str:
     if isinstance(value, bool):
         return "true" if value else "false"
-    return f'"{value}"' if isinstance(value, str) else str(value)
+    try:
+        return f'"{value}"' if isinstance(value, str) else str(value)
+    except ValueError:
+        return "a number of thousands of digits"
+
+
+def _is_argument(value: Any) -> bool:
+    return isinstance(value, str) and "\0" not in value
 
 
 def _is_whole(value: Any) -> bool:
@@ -154,7 +170,10 @@ def _is_whole(value: Any) -> bool:
 
 
 def _is_number(value: Any) -> bool:
-    return isinstance(value, (int, float)) and not isinstance(value, bool) and math.isfinite(value)
+    try:
+        return isinstance(value, (int, float)) and not isinstance(value, bool) and math.isfinite(value)
+    except OverflowError:  # whole numbers have no limit
+        return False
 
 
 def _are_tables(value: Any) -> bool:
@@ -214,7 +233,7 @@ class _Reader:
         common = self._common(_Table(usual, own.place, silent)) | self._common(own)
         keys = ("input",) if kind == "clip" else ("first", "second")
         inputs = [self._input(own, key) for key in keys]
-        output = own.text("output")
+        output = self._file(own, "output")
         if "output" not in entry:
             own.problem('the key "output" is missing')
         if kind == "clip":
@@ -228,25 +247,36 @@ class _Reader:
             return None
         work = common.pop("work", None)
         overwrite = bool(common.pop("overwrite", False)) or self._overwrite
-        path = self._absolute(output)
         return Clip(
             label=label,
             inputs=tuple(each for each in inputs if each),
-            output=path,
-            work=self._work_folder(work, path),
+            output=output,
+            work=self._work_folder(work, output),
             overwrite=overwrite,
             **common,
         )
 
-    def _absolute(self, name: str) -> Path:
-        return Path(os.path.abspath(self._folder / Path(name).expanduser()))
+    def _file(self, table: _Table, key: str) -> Path | None:
+        """The absolute path that a key names, or None when it is missing or no path at all, which is noted."""
+        name = table.text(key)
+        if name is None:
+            return None
+        try:
+            path = Path(os.path.abspath(self._folder / Path(name).expanduser()))
+            path.lstat()
+        except (FileNotFoundError, NotADirectoryError):
+            return path  # what this means depends on the key
+        except (OSError, RuntimeError) as error:  # too long a name; the home of nobody
+            table.problem(f"{key} = {_shown(name)}: {getattr(error, 'strerror', None) or error}")
+            return None
+        return path
 
-    def _work_folder(self, work: str | None, output: Path) -> Path:
+    def _work_folder(self, work: Path | None, output: Path) -> Path:
         if not work:
             return output.with_name(output.name + ".pieces")
         # One folder serves many outputs, which may have the same name in folders of their own.
         parents = os.path.relpath(output.parent, self._folder).replace("..", "up").strip("./").replace("/", "-")
-        return self._absolute(work) / f"{parents + '-' if parents else ''}{output.name}.pieces"
+        return work / f"{parents + '-' if parents else ''}{output.name}.pieces"
 
     def _input(self, table: _Table, key: str) -> str | None:
         if key not in table.values:
@@ -255,7 +285,9 @@ class _Reader:
         name = table.text(key)
         if name is None or is_address(name):
             return name
-        path = self._absolute(name)
+        path = self._file(table, key)
+        if path is None:
+            return None
         if path.is_dir():
             table.problem(f"{key}: '{path}' is a folder; name a video file")
             return None
@@ -270,7 +302,7 @@ class _Reader:
             table.problem('"pieces" and "piece-frames" exclude each other: one sets the number, the other the length')
         found: dict[str, Any] = {
             "codec": table.text("codec"),
-            "work": table.text("work"),
+            "work": self._file(table, "work"),
             "options": self._options(table),
             "duration": table.get(
                 "duration", "seconds from 0.001 to 86400", lambda each: _is_number(each) and 0.001 <= each <= 86400
@@ -295,9 +327,11 @@ class _Reader:
             return None
         options = []
         for key, value in values.items():
-            if isinstance(value, bool):
+            if key == "" or "=" in key or not _is_argument(key):
+                table.problem(f"options: {_shown(key)}: should be the name of an option")
+            elif isinstance(value, bool):
                 options.append((key, "1" if value else "0"))
-            elif isinstance(value, str) or _is_number(value):
+            elif _is_argument(value) or _is_number(value):
                 options.append((key, str(value)))
             else:
                 table.problem(f"options: {key} = {_shown(value)}: should be a text or a number")
