@@ -33,5 +33,7 @@ if(NORIX_SANITIZE)
 endif()
 
 # Kernels keep vectors in structures and on tables of known size, which instruction sets without a fixed width cannot do.
-target_compile_definitions(
-  norix_compiler INTERFACE "HWY_DISABLED_TARGETS=(HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128|HWY_RVV)")
+set(NORIX_WITHOUT_TARGETS "" CACHE STRING "More of Highway's instruction sets to build no kernels for: HWY_SSE4|HWY_AVX3")
+list(APPEND without HWY_SVE HWY_SVE2 HWY_SVE_256 HWY_SVE2_128 HWY_RVV ${NORIX_WITHOUT_TARGETS})
+list(JOIN without "|" without)
+target_compile_definitions(norix_compiler INTERFACE "HWY_DISABLED_TARGETS=(${without})")

@@ -61,6 +61,15 @@ TEST_F(RippleKernelTest, WildAmplitudes) {
     }
 }
 
+// Columns beyond 16 bits are rendered pixel by pixel, where products wrap just the same.
+TEST_F(RippleKernelTest, TooWideForVectors) {
+  for (const int format : kSampledFormats)
+    for (const double amplitude : {20.0, 3e4, 1e7}) {
+      ASSERT_TRUE(Agree(Fields(90, amplitude, 3), format, 33001, 3, 0, 3));
+      ASSERT_TRUE(Agree(Fields(90, amplitude, 3), format, 3, 33001, 16001, 2));
+    }
+}
+
 TEST_F(RippleKernelTest, LongLines) {
   for (const int format : kSampledFormats) {
     PictureShape shape{format, 150, 21, {33000, 32700, 32700, 5}, {}};

@@ -370,6 +370,21 @@ TEST(FilterGroup, HandsEntriesOnToASmallerGroupAndBack) {
   EXPECT_EQ(slot[2].params, object);
 }
 
+// The object of another group's entry is taken by its bytes only if it has enough of them.
+TEST(FilterGroup, ReplacesAnObjectThatIsTooSmallForTheField) {
+  Slot slot;
+  slot.Get("Blurry Cross Right Up", 5000);
+  ASSERT_EQ(slot[1].size, static_cast<int>(sizeof(MirrorMoveYParams)));
+  FilterParams* const small = slot[1].params;
+  small->AddRef();
+  delete[] slot.group->name;
+  slot.group->name = nullptr;
+  slot.Get("Blurry Roll Down", 5000);
+  EXPECT_EQ(small->Release(), 0) << "the record has given its reference back";
+  EXPECT_EQ(slot[1].size, static_cast<int>(sizeof(MotionBlurParams)));
+  EXPECT_EQ(slot.As<MotionBlurParams>(1).angle, 90.0);
+}
+
 TEST(MirrorScaleBlurGroup, ReplacesARecordOfAnotherName) {
   Slot slot;
   slot.Get("No such group", 0);

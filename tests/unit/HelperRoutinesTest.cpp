@@ -97,9 +97,9 @@ Bytes Counting(std::size_t size) {
 
 TEST(CopyAlphaData, CopiesOneByteOfEveryPixel) {
   Bytes src = Counting(16);
-  Bytes dst(16, 0);
+  Bytes dst(16, 99);
   CopyAlphaData(&dst[3], &src[3], 2, 2, 0, 0, 4);
-  EXPECT_THAT(dst, testing::ElementsAre(0, 0, 0, 4, 0, 0, 0, 8, 0, 0, 0, 12, 0, 0, 0, 16));
+  EXPECT_THAT(dst, testing::ElementsAre(99, 99, 99, 4, 99, 99, 99, 8, 99, 99, 99, 12, 99, 99, 99, 16));
   EXPECT_EQ(src, Counting(16));
 }
 
