@@ -5,6 +5,8 @@
 #include <exception>
 #include <functional>
 #include <new>
+#include <string>
+#include <system_error>
 
 #include "Failure.h"
 #include "Interrupt.h"
@@ -49,6 +51,10 @@ int main(int argc, char** argv) {
     return Interrupted() ? kInterrupted : failure.code();
   } catch (const std::bad_alloc&) {
     report("out of memory");
+  } catch (const std::system_error& error) {
+    // Printing fails without a word about where to.
+    const std::string what = "cannot write to standard output: " + error.code().message();
+    report(std::ferror(stdout) != 0 ? what.c_str() : error.what());
   } catch (const std::exception& error) {
     report(error.what());
   }
