@@ -1,5 +1,6 @@
-// A host of the first release: goes through the C interface and the parameter classes and prints what came out. Its program,
-// built once, is kept beside it and must go on running with every later library; this file is not part of any build.
+// A host of the first release: goes through the C interface and the parameter classes and prints what came out. Its
+// program, built once, is kept beside it and must go on running with every later library; this file is not part of any
+// build.
 
 #include <NorixEngine/FEAgorithmset.h>
 #include <NorixEngine/FEParams.h>
@@ -111,8 +112,9 @@ void ListGroup(const char* name) {
     std::printf("%s at %d: %d", group->name, time, group->count);
     for (int i = 0; i < group->count; ++i) {
       const FilterGroupEntry& entry = group->entries[i];
-      std::printf("; %s %d %d %d %d %.6f", entry.name != nullptr ? entry.name : "-", entry.size, static_cast<int>(entry.scaleX),
-                  static_cast<int>(entry.scaleY), static_cast<int>(entry.extraPercent), static_cast<double>(entry.progress));
+      std::printf("; %s %d %d %d %d %.6f", entry.name != nullptr ? entry.name : "-", entry.size,
+                  static_cast<int>(entry.scaleX), static_cast<int>(entry.scaleY), static_cast<int>(entry.extraPercent),
+                  static_cast<double>(entry.progress));
     }
     std::printf("\n");
   }
@@ -135,7 +137,8 @@ int main() {
   const int bgra = filter_check_format("Swirl", -1);
   RenderAll(bgra);
   RenderWithClasses(bgra);
-  for (const char* name : {"Mirror Scale Blur", "Flip Roll Up", "Blurry Cross Right Up", "Tile Zoom Blur 1"}) ListGroup(name);
+  for (const char* name : {"Mirror Scale Blur", "Flip Roll Up", "Blurry Cross Right Up", "Tile Zoom Blur 1"})
+    ListGroup(name);
   CallHelpers();
   return 0;
 }
