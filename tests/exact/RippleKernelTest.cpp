@@ -1,6 +1,8 @@
 // Ripple where its kernel changes course: strips to both sides of the middle, every pair of legs, products that wrap,
 // planes with lines of their own.
 
+#include <NorixEngine/FEParams.h>
+#include <NorixEngine/NorixEngine.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -8,7 +10,10 @@
 #include <vector>
 
 #include "exact/EffectComparison.h"
+#include "exact/ParamObject.h"
 #include "support/Formats.h"
+#include "support/Picture.h"
+#include "support/Targets.h"
 
 namespace norix::test {
 
@@ -67,6 +72,39 @@ TEST_F(RippleKernelTest, TooWideForVectors) {
     for (const double amplitude : {20.0, 3e4, 1e7}) {
       ASSERT_TRUE(Agree(Fields(90, amplitude, 3), format, 33001, 3, 0, 3));
       ASSERT_TRUE(Agree(Fields(90, amplitude, 3), format, 3, 33001, 16001, 2));
+    }
+}
+
+// Bands that go on below the picture are rendered pixel by pixel, at all distances to the middle.
+TEST_F(RippleKernelTest, BandsBelowThePicture) {
+  for (const int format : kSampledFormats)
+    for (const double amplitude : {20.0, 3e4}) ASSERT_TRUE(Agree(Fields(90, amplitude, 3), format, 90, 70, 0, 73));
+}
+
+// Distances that only a host puts into an object's table: no kernel takes them, so all are as plain code has them.
+TEST_F(RippleKernelTest, WeightsOfAHost) {
+  for (const int step : {3, 9, 20})
+    for (const int format : kSampledFormats) {
+      const PictureShape shape{format, 90, 70, {}, {}};
+      Picture source(shape, random_.Next());
+      const Picture before(shape, 4);
+      Picture first = before;
+      const ParamObject params("Ripple", 5000);
+      filter_video_frame(first.Frame(), source.Frame(), "Ripple", params.Get(), 0, 0, 0);
+      RippleTables& tables = *static_cast<RippleParams*>(params.Get())->tables;
+      ASSERT_EQ(tables.weightCount, 90);
+      for (int distance = 0; distance < tables.weightCount; ++distance)
+        tables.weightTable[distance] = 700 + distance * step;
+      const auto render = [&](std::int64_t target, Picture& picture) {
+        const ForcedTarget forced(target);
+        filter_video_frame(picture.Frame(), source.Frame(), "Ripple", params.Get(), 0, 0, shape.height);
+      };
+      render(Targets().back(), first);
+      for (const std::int64_t target : Targets()) {
+        Picture picture = before;
+        render(target, picture);
+        ASSERT_TRUE(SameBytes(first, picture)) << step << ", with " << TargetName(target);
+      }
     }
 }
 
