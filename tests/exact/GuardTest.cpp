@@ -66,7 +66,7 @@ TEST_P(GuardTest, EmptyPictures) {
 }
 
 TEST_P(GuardTest, NullPlanes) {
-  for (const Format& format : RenderedFormats())
+  for (const Format& format : AllFormats())
     for (int plane = 0; plane < format.planes; ++plane)
       for (const bool inSource : {false, true}) {
         SCOPED_TRACE(std::string(format.name) + " plane " + std::to_string(plane));
