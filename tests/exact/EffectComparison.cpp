@@ -37,6 +37,12 @@ Picture RowsOfOneValue(const PictureShape& shape, int step) {
   return picture;
 }
 
+std::string NameOfCase(const testing::TestParamInfo<std::tuple<reference::Effect, Format>>& tested) {
+  std::string name = std::get<0>(tested.param).name;
+  std::erase(name, ' ');
+  return name + '_' + std::get<1>(tested.param).name;
+}
+
 EffectComparison::EffectComparison(const char* name, const std::vector<double>& fields)
     : effect_(*reference::FindEffect(name)), params_(name, 5000) {
   filter_check_format(name, kBgra);

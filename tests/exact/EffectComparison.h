@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "exact/ParamObject.h"
@@ -80,6 +81,9 @@ private:
   const reference::Effect& effect_;
   ParamObject params_;
 };
+
+/** Names a test of an effect in a pixel format. */
+std::string NameOfCase(const testing::TestParamInfo<std::tuple<reference::Effect, Format>>& tested);
 
 /** Effects in one pixel format, with random numbers that each family of tests draws from a start of its own. */
 class OneFormatTest : public testing::TestWithParam<Format> {

@@ -18,6 +18,7 @@
 #include <tuple>
 #include <vector>
 
+#include "exact/EffectComparison.h"
 #include "exact/ParamObject.h"
 #include "reference/Reference.h"
 #include "support/Formats.h"
@@ -270,12 +271,6 @@ std::uint64_t SeedFor(const Effect& effect, int format, std::uint64_t base) {
   return seed;
 }
 
-std::string NameOf(const testing::TestParamInfo<std::tuple<Effect, Format>>& tested) {
-  std::string name = std::get<0>(tested.param).name;
-  std::erase(name, ' ');
-  return name + '_' + std::get<1>(tested.param).name;
-}
-
 class ExactTest : public testing::TestWithParam<std::tuple<Effect, Format>> {
 protected:
   void SetUp() override { filter_check_format(effect_.name, kBgra); }
@@ -315,7 +310,7 @@ TEST_P(ExactTest, FreshBandsAndFields) {
 INSTANTIATE_TEST_SUITE_P(All, ExactTest,
                          testing::Combine(testing::ValuesIn(reference::Effects().begin(), reference::Effects().end()),
                                           testing::ValuesIn(AllFormats().begin(), AllFormats().end())),
-                         NameOf);
+                         NameOfCase);
 
 /** A size that hosts really use: rounding errors of running sums have a long way to grow. Slow, so only a few. */
 class FullHdTest : public ExactTest {};
@@ -347,7 +342,7 @@ TEST_P(FullHdTest, BandWithOddNumbers) {
 INSTANTIATE_TEST_SUITE_P(All, FullHdTest,
                          testing::Combine(testing::ValuesIn(reference::Effects().begin(), reference::Effects().end()),
                                           testing::Values(FormatOf(kYuv420p), FormatOf(kRgb24), FormatOf(kBgra))),
-                         NameOf);
+                         NameOfCase);
 
 }  // namespace
 

@@ -120,11 +120,7 @@ TEST_P(FootprintTest, OnlyTheBandAndWhatIsListed) {
 INSTANTIATE_TEST_SUITE_P(All, FootprintTest,
                          testing::Combine(testing::ValuesIn(reference::Effects().begin(), reference::Effects().end()),
                                           testing::ValuesIn(RenderedFormats().begin(), RenderedFormats().end())),
-                         [](const testing::TestParamInfo<std::tuple<Effect, Format>>& tested) {
-                           std::string name = std::get<0>(tested.param).name;
-                           std::erase(name, ' ');
-                           return name + '_' + std::get<1>(tested.param).name;
-                         });
+                         NameOfCase);
 
 }  // namespace
 

@@ -13,6 +13,7 @@
 #include <tuple>
 #include <vector>
 
+#include "exact/EffectComparison.h"
 #include "exact/ParamObject.h"
 #include "reference/Reference.h"
 #include "support/Formats.h"
@@ -102,11 +103,7 @@ TEST_P(ThreadsTest, PicturesWithOneObject) {
 INSTANTIATE_TEST_SUITE_P(All, ThreadsTest,
                          testing::Combine(testing::ValuesIn(reference::Effects().begin(), reference::Effects().end()),
                                           testing::Values(FormatOf(kYuva420p), FormatOf(kRgb24), FormatOf(kBgra))),
-                         [](const testing::TestParamInfo<std::tuple<Effect, Format>>& tested) {
-                           std::string name = std::get<0>(tested.param).name;
-                           std::erase(name, ' ');
-                           return name + '_' + std::get<1>(tested.param).name;
-                         });
+                         NameOfCase);
 
 TEST(NegotiationThreadsTest, FirstCallsOfAllEffects) {
   std::array<std::vector<int>, kThreads> answers;
