@@ -1,6 +1,5 @@
 #include "support/Tally.h"
 
-#include <array>
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
