@@ -70,7 +70,8 @@ AVPixelFormat EncoderFormat(const AVCodec& codec, AVPixelFormat rendered, AVPixe
 // Some codecs count time in pictures, or in few ticks a second, and refuse finer clocks.
 bool NeedsCoarseClock(const AVCodec& codec, AVRational timeBase) {
   constexpr int kMpeg4MostTicks = 65535;
-  return codec.supported_framerates || (codec.id == AV_CODEC_ID_MPEG4 && timeBase.den > kMpeg4MostTicks);
+  return codec.supported_framerates || codec.id == AV_CODEC_ID_THEORA ||
+         (codec.id == AV_CODEC_ID_MPEG4 && timeBase.den > kMpeg4MostTicks);
 }
 
 // True when the container takes a stream that is not the clip's video as it is.

@@ -95,6 +95,16 @@ TEST_F(TimeTest, VariableFrameRateKeepsItsTimes) {
   ExpectSameFrames(Apply(ReadClip(In("clip.mp4"), "yuv420p"), "Swirl", 5000), ReadClip(In("out.mkv"), "yuv420p"));
 }
 
+TEST_F(TimeTest, CodecsThatCountPicturesKeepThemAll) {
+  // Noise, as pictures that hardly change take no bytes and FFmpeg passes over them.
+  MakeNoiseClip("even.mkv", "yuv420p", 64, 48, 30, {"-c:v", "ffv1"});
+  // Off the grid of the rate, and on a clock of milliseconds: nothing that Theora could count in.
+  FFmpeg({"-i", In("even.mkv"), "-c", "copy", "-bsf:v", "setts=ts='TS+mod(N*7,5)'", In("clip.mkv")});
+  RenderWell("clip.mkv", "out.ogv", {"--effect", "Swirl", "--video-only"});
+  ExpectSameTimes("clip.mkv", "out.ogv", 42000);
+  EXPECT_EQ(VideoOf("out.ogv").at("r_frame_rate"), VideoOf("clip.mkv").at("avg_frame_rate"));
+}
+
 TEST_F(TimeTest, TimesOffTheGridOfTheFrameRateAreKept) {
   // Each frame a little early or late, as cameras and screen recorders write them.
   MakeSilentClip("clip.mp4", 64, 48, 20,
