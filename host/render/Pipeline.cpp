@@ -45,7 +45,7 @@ private:
 /// As many as there are threads, unless the pictures are so large that fewer fill the memory set aside for them.
 int PicturesAtWork(const PictureShape& shape, int threads) {
   constexpr std::int64_t kMemory = std::int64_t{2} << 30;
-  constexpr std::int64_t kBytesPerPixel = 4 * 3;  // four bytes, in the source, the result and on the way
+  constexpr std::int64_t kBytesPerPixel = 12;  // four bytes, in the source, the result and on the way
   const std::int64_t pictures = kMemory / (kBytesPerPixel * shape.width * shape.height);
   return static_cast<int>(std::clamp<std::int64_t>(pictures, 1, threads));
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -41,8 +42,8 @@ int Value(Paint paint, int row, int column, int base, Random& random) {
 void Fill(Picture& picture, Paint paint, Random& random) {
   for (int plane = 0; plane < picture.PlaneCount(); ++plane) {
     const int bytes = plane == 0 ? FormatOf(picture.Shape().format).bytesPerPixel : 1;
-    std::vector<int> bases;
-    for (int i = 0; i < 4; ++i) bases.push_back(random.Between(0, 255));
+    std::array<int, 4> bases{};
+    for (int& base : bases) base = random.Between(0, 255);
     for (int row = 0; row < picture.Rows(plane); ++row)
       for (int at = 0; at < picture.RowBytes(plane); ++at) {
         const int base = bases[static_cast<std::size_t>(at % bytes)];

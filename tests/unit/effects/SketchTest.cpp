@@ -32,6 +32,7 @@ protected:
     for (int row = 0; row < height; ++row) source.SetRow(0, row, rows[static_cast<std::size_t>(row)]);
     RenderAll("Sketch", destination, source, Params(amount).get());
     std::vector<Row> result;
+    result.reserve(rows.size());
     for (int row = 0; row < height; ++row) result.push_back(destination.Row(0, row));
     return result;
   }
