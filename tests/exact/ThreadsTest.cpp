@@ -32,6 +32,7 @@ constexpr int kLevel = 6000;
 void OnThreads(const std::function<void(int)>& work) {
   std::barrier start(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int number = 0; number < kThreads; ++number)
     threads.emplace_back([&, number] {
       start.arrive_and_wait();

@@ -53,6 +53,20 @@ TEST_F(MemoryTest, GrowsWithTheThreadsAndNotWithTheClip) {
   EXPECT_LT(peak(with("--bands", "16")), one + 5 * kPictureKiB + 20 * 1024);
 }
 
+TEST_F(MemoryTest, GalleryOfALongClip) {
+  if (!std::string(NORIX_SANITIZE).empty()) GTEST_SKIP() << "sanitizers keep freed memory";
+  MakeSilentClip("short.mkv", 320, 240, 50);
+  FFmpeg({"-stream_loop", "19", "-i", In("short.mkv"), "-c", "copy", In("long.mkv")});
+  const auto peak = [&](const std::string& input, const char* frame) {
+    const Ending ending = Norix({"gallery", In(input), In(input + ".gallery"), "--width", "64", "--frame", frame});
+    ExpectDone(ending);
+    return ending.peakKiB;
+  };
+  // The 950 pictures more that it passes over are 110 MB.
+  const long little = peak("short.mkv", "40");
+  EXPECT_LT(peak("long.mkv", "990"), little + 30 * 1024);
+}
+
 TEST_F(MemoryTest, TransitionShowsAPictureThatStaysLongOneAtATime) {
   if (!std::string(NORIX_SANITIZE).empty()) GTEST_SKIP() << "sanitizers keep freed memory";
   MakeSilentClip("a.mkv", 64, 48, 50);
