@@ -41,6 +41,7 @@ void CheckMessage(const CLI::App& app, const CLI::ParseError& error) {
 
 void Parse(const std::vector<std::string>& words) {
   std::vector<const char*> argv;
+  argv.reserve(words.size() + 1);
   for (const std::string& word : words) argv.push_back(word.c_str());
   argv.push_back(nullptr);
 

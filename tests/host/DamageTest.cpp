@@ -21,7 +21,7 @@ protected:
   Ending ExpectRest(const std::string& name) const {
     const std::string whole = Content(In(name));
     SetContent(In("cut-" + name), whole.substr(0, whole.size() * 6 / 10));
-    const Ending ending = Render("cut-" + name, "out.mkv", {"--effect", "Mirror Move X", "--codec", "ffv1"});
+    Ending ending = Render("cut-" + name, "out.mkv", {"--effect", "Mirror Move X", "--codec", "ffv1"});
     EXPECT_EQ(ending.signal, 0);
     EXPECT_EQ(Names(), (std::set<std::string>{name, "cut-" + name, "out.mkv"}));
     EXPECT_EQ(PlayErrors(In("out.mkv"), "0:v"), "");

@@ -66,8 +66,8 @@ protected:
         const auto at = static_cast<std::size_t>(y * strip.width + left) * 3;
         picture += strip.frames[0].substr(at, static_cast<std::size_t>(width) * 3);
         if (left + width == strip.width) continue;
-        white = white && strip.frames[0].compare(at + static_cast<std::size_t>(width) * 3, kGap * 3,
-                                                 std::string(kGap * 3, '\xff')) == 0;
+        const std::string gap(std::size_t{kGap} * 3, '\xff');
+        white = white && strip.frames[0].compare(at + static_cast<std::size_t>(width) * 3, gap.size(), gap) == 0;
       }
       pictures.frames.push_back(picture);
     }

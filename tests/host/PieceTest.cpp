@@ -32,7 +32,7 @@ protected:
 
   /** Renders a piece without loss. */
   std::string RenderPiece(const std::string& input, const Piece& piece) const {
-    const std::string name = "from" + std::to_string(piece.first) + ".mkv";
+    std::string name = "from" + std::to_string(piece.first) + ".mkv";
     Words words = Asking(piece);
     words.insert(words.end(), {"--codec", "ffv1"});
     RenderWell(input, name, words);
