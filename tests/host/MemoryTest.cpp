@@ -8,6 +8,8 @@ namespace norix::test {
 
 namespace {
 
+constexpr long kMiB = 1024;  // in KiB, as peaks are told
+
 class MemoryTest : public HostTest {};
 
 TEST_F(MemoryTest, DoesNotGrowWithTheClip) {
@@ -24,7 +26,7 @@ TEST_F(MemoryTest, DoesNotGrowWithTheClip) {
   const long little = peak("short.mkv");
   ASSERT_EQ(Packets(In("long.mkv"), "v:0").size(), 1000U);
   // The 950 more pictures are 110 MB.
-  EXPECT_LT(peak("long.mkv"), little + 30 * 1024);
+  EXPECT_LT(peak("long.mkv"), little + 30 * kMiB);
   EXPECT_GT(little, 0);
 }
 
@@ -32,7 +34,7 @@ TEST_F(MemoryTest, DoesNotGrowWithTheClip) {
 TEST_F(MemoryTest, GrowsWithTheThreadsAndNotWithTheClip) {
   if (!std::string(NORIX_SANITIZE).empty()) GTEST_SKIP() << "sanitizers keep freed memory";
   MakeSilentClip("clip.mkv", 640, 480, 50);
-  constexpr long kPictureKiB = 640 * 480 * 4 / 1024;
+  constexpr long kPictureKiB = 640L * 480 * 4 / 1024;
   const auto peak = [&](const Words& words) {
     Words all = {"--codec", "ffv1", "-y", "--format", "bgra"};
     all.insert(all.end(), words.begin(), words.end());
@@ -49,8 +51,8 @@ TEST_F(MemoryTest, GrowsWithTheThreadsAndNotWithTheClip) {
     return words;
   };
   const long one = peak(with("--threads", "1"));
-  EXPECT_LT(peak(with("--threads", "16")), one + 18 * 3 * kPictureKiB + 40 * 1024);
-  EXPECT_LT(peak(with("--bands", "16")), one + 5 * kPictureKiB + 20 * 1024);
+  EXPECT_LT(peak(with("--threads", "16")), one + 18L * 3 * kPictureKiB + 40 * kMiB);
+  EXPECT_LT(peak(with("--bands", "16")), one + 5 * kPictureKiB + 20 * kMiB);
 }
 
 TEST_F(MemoryTest, GalleryOfALongClip) {
@@ -64,7 +66,7 @@ TEST_F(MemoryTest, GalleryOfALongClip) {
   };
   // The 950 pictures more that it passes over are 110 MB.
   const long little = peak("short.mkv", "40");
-  EXPECT_LT(peak("long.mkv", "990"), little + 30 * 1024);
+  EXPECT_LT(peak("long.mkv", "990"), little + 30 * kMiB);
 }
 
 TEST_F(MemoryTest, TransitionShowsAPictureThatStaysLongOneAtATime) {
@@ -79,7 +81,7 @@ TEST_F(MemoryTest, TransitionShowsAPictureThatStaysLongOneAtATime) {
   const Ending jump = join("b.mkv");
   ExpectDone(jump);
   EXPECT_THAT(jump.out, testing::HasSubstr("5100 frames"));
-  EXPECT_LT(jump.peakKiB, plain.peakKiB + 10 * 1024);
+  EXPECT_LT(jump.peakKiB, plain.peakKiB + 10 * kMiB);
   // Longer than anybody means is refused before it begins.
   FFmpeg({"-i", In("a.mkv"), "-c", "copy", "-bsf:v", "setts=ts='TS+if(gte(N,25),90000000,0)'", In("b.mkv")});
   const Ending endless = join("b.mkv");
