@@ -93,7 +93,7 @@ TEST_F(SizeTest, ManySizesTakeNoMoreMemory) {
     return ending.peakKiB;
   };
   const long few = peak(4);
-  EXPECT_LT(peak(60), few + 60 * 1024);
+  EXPECT_LT(peak(60), few + 60L * 1024);
 }
 
 TEST_F(SizeTest, PixelFormatThatChangesMidway) {
