@@ -102,6 +102,7 @@ void Picture::Fill(int plane, int value) {
 
 std::vector<int> Picture::Row(int plane, int row) const {
   std::vector<int> values;
+  values.reserve(static_cast<std::size_t>(RowBytes(plane)));
   for (int column = 0; column < RowBytes(plane); ++column) values.push_back(At(plane, row, column));
   return values;
 }

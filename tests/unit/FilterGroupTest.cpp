@@ -20,8 +20,10 @@ using Slot = norix::test::GroupSlot;
 constexpr const char* kMirrorScaleBlur = "Mirror Scale Blur";
 
 char* NewName(const char* name) {
-  auto* copy = new char[std::strlen(name) + 1];
-  return std::strcpy(copy, name);
+  const std::size_t bytes = std::strlen(name) + 1;
+  auto* copy = new char[bytes];
+  std::memcpy(copy, name, bytes);
+  return copy;
 }
 
 double Angle(Slot& slot) { return slot.As<SwirlParams>(0).angle; }

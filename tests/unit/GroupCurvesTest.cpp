@@ -170,6 +170,7 @@ protected:
 
   std::vector<Fields> HeldBy(Slot& slot) const {
     std::vector<Fields> fields;
+    fields.reserve(group_.subs.size());
     for (int k = 0; k < Count(); ++k) fields.push_back(FieldsOf(slot[k].params));
     return fields;
   }
@@ -400,6 +401,7 @@ TEST_P(GroupCurves, ReleaseGivesUpEveryObjectOnce) {
   FilterGroupParam* group = nullptr;
   GetFilterGroupParam(group_.name, 5000, &group);
   std::vector<FilterParams*> objects;
+  objects.reserve(static_cast<std::size_t>(group->count));
   for (int k = 0; k < group->count; ++k) objects.push_back(ReferenceParamBuffer(group->entries[k].params));
   ReleaseFilterGroupParam(group);
   ASSERT_EQ(static_cast<int>(objects.size()), Count());

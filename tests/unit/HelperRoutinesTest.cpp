@@ -104,8 +104,9 @@ TEST(CopyAlphaData, CopiesOneByteOfEveryPixel) {
 }
 
 TEST(CopyAlphaData, SkipsEachFramesOwnPadding) {
-  Bytes src = Counting(2 * (8 + 3));
-  Bytes dst(2 * (8 + 1), 0);
+  // Two rows of eight bytes, and three or one more.
+  Bytes src = Counting(22);
+  Bytes dst(18, 0);
   CopyAlphaData(&dst[3], &src[3], 2, 2, 1, 3, 4);
   EXPECT_THAT(dst, testing::ElementsAre(0, 0, 0, 4, 0, 0, 0, 8, 0,  //
                                         0, 0, 0, 15, 0, 0, 0, 19, 0));

@@ -2,6 +2,7 @@
 
 #include <NorixEngine/FEParams.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <vector>
@@ -35,7 +36,7 @@ std::vector<std::uint8_t> Render(std::vector<std::uint8_t>& picture, FilterParam
 }  // namespace
 
 int main() {
-  std::vector<std::uint8_t> picture(kHeight * kLine);
+  std::vector<std::uint8_t> picture(std::size_t{kHeight} * kLine);
   for (std::size_t i = 0; i < picture.size(); ++i) picture[i] = i % kLine < kLine / 2 ? 255 : 0;
 
   auto* fields = new SwirlParams;
