@@ -105,8 +105,9 @@ TEST_F(SizeTest, PixelFormatThatChangesMidway) {
   const Clip clip = ReadClip(In("out.mkv"), "yuv420p");
   ASSERT_EQ(clip.frames.size(), 4U);
   EXPECT_EQ(clip.frames[0], clip.frames[3]);
-  EXPECT_LE(LargestDifference({"yuv420p", 64, 48, {clip.frames[0].substr(0, 64 * 48)}},
-                              {"yuv420p", 64, 48, {clip.frames[1].substr(0, 64 * 48)}}),
+  constexpr std::size_t kLuma = 3072;  // 64 x 48
+  EXPECT_LE(LargestDifference({"yuv420p", 64, 48, {clip.frames[0].substr(0, kLuma)}},
+                              {"yuv420p", 64, 48, {clip.frames[1].substr(0, kLuma)}}),
             40);
 }
 
