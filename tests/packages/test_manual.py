@@ -59,7 +59,7 @@ def test_every_function_has_a_page(pages):
         assert f"{function} (" in page
     # Words of the header, from its first part and from its last function.
     assert "A band is a computation of its own" in page
-    assert "Frees a record, its names and its references to parameter objects." in page
+    assert "Frees a record, its name, and names and references to parameter objects of the entries in use." in page
 
 
 def test_man_has_nothing_to_complain_about(pages):

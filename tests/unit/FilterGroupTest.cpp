@@ -385,6 +385,9 @@ TEST(FilterGroup, ReplacesAnObjectThatIsTooSmallForTheField) {
   EXPECT_EQ(small->Release(), 0) << "the record has given its reference back";
   EXPECT_EQ(slot[1].size, static_cast<int>(sizeof(MotionBlurParams)));
   EXPECT_EQ(slot.As<MotionBlurParams>(1).angle, 90.0);
+  // Two of three entries are in use, and a record releases no other.
+  ReleaseParamBuffer(slot[2].params);
+  delete[] slot[2].name;
 }
 
 TEST(MirrorScaleBlurGroup, ReplacesARecordOfAnotherName) {

@@ -26,7 +26,7 @@ constexpr std::uint8_t kUntouched = 0xA5;
 /// A BGRA picture in memory of its own.
 class Picture {
 public:
-  Picture() : bytes_(kWidth * kHeight * 4, kUntouched) {
+  Picture() : bytes_(std::size_t{kWidth} * kHeight * 4, kUntouched) {
     frame_.data[0] = bytes_.data();
     frame_.linesize[0] = kWidth * 4;
     frame_.width = kWidth;

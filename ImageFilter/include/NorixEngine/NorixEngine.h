@@ -106,7 +106,7 @@ struct FilterGroupEntry {
 
 /** The sub-effects of a group effect at one time. 24 bytes. Made and freed by the library. */
 struct FilterGroupParam {
-  char* name;                       /**< the group's name, NUL-terminated, owned by the record; may be null */
+  char* name;                       /**< the group's name, NUL-terminated, owned by the record; null: the next call's */
   int32_t count;                    /**< entries in use: 0, 2 or 3 */
   struct FilterGroupEntry* entries; /**< `count` entries, owned by the record; may be null when `count` is 0 */
 };
@@ -223,8 +223,11 @@ NORIX_API struct FilterParams* CloneParamBuffer(struct FilterParams* params);
  *
  * Groups: "Mirror Scale Blur", "Flip Roll Up", "Flip Roll Down", "Flip Roll Left", "Flip Roll Right", "Blurry Roll Down",
  * "Blurry Roll Left", "Blurry Cross Right Up", "Tile Zoom Blur", "Tile Zoom Blur 1". A record of the same group is reused:
- * its objects stay, their settings follow the time. A record of another group is released and replaced. An unknown group,
- * and one that this version does not fill, yields a record with `count` 0.
+ * its objects stay, their settings follow the time. A record of another group is released and replaced. An unknown group
+ * yields a record with `count` 0.
+ *
+ * A record without a name is taken for the group's: its entries keep their names and, where they fit, their objects.
+ * Entries that the group has no use for stay beyond `count`, where ReleaseFilterGroupParam() does not look.
  *
  * @param name   the group's name, compared exactly; null: a new empty record replaces `*group`, which is not released
  * @param time   0 (begin) to 10000 (end of the transition); not clamped
@@ -236,7 +239,7 @@ NORIX_API struct FilterParams* CloneParamBuffer(struct FilterParams* params);
 NORIX_API void GetFilterGroupParam(const char* name, int time, struct FilterGroupParam** group);
 
 /**
- * Frees a record, its names and its references to parameter objects.
+ * Frees a record, its name, and names and references to parameter objects of the entries in use.
  *
  * @param group  record, or null for nothing
  *

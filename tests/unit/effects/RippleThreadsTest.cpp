@@ -67,6 +67,7 @@ TEST(RippleThreadsTest, AnyOrderOfBandsGivesTheBytesOfOneThread) {
 
     Shuffle(bands, random);
     std::vector<std::thread> threads;
+    threads.reserve(bands.size());
     for (const Band band : bands)
       threads.emplace_back([&, band] { Render("Ripple", actual, source, shared.get(), band.firstRow, band.rowCount); });
     for (std::thread& thread : threads) thread.join();
