@@ -29,6 +29,7 @@ namespace {
 constexpr int kMostCalls = 100;
 constexpr int kUnwritten = -12345;
 constexpr std::size_t kFieldsBegin = 24;
+constexpr std::size_t kMostEntries = 3;
 
 /** What the interface says about an effect; size and fields are 0 where it has no object. */
 struct EffectFacts {
@@ -100,10 +101,17 @@ struct ParamSlot {
 
 struct GroupSlot {
   FilterGroupParam* record = nullptr;
-  std::string name;       /**< of the last call that went well */
-  bool complete = false;  /**< the last call went well */
-  std::int64_t stamp = 0; /**< what the host has written into the fields that are its own */
+  std::string name;      /**< of the last call that went well */
+  bool complete = false; /**< the last call went well */
+  bool mixed = false;    /**< the host took the record's name away: entries may have names and objects of several groups */
+  std::array<std::int64_t, kMostEntries> stamps = {}; /**< what the host has written into the fields that are its own */
 };
+
+/** All entries of a record, those beyond its count included; none if it has no array. */
+std::span<FilterGroupEntry> AllEntries(const FilterGroupParam* record) {
+  if (record == nullptr || record->entries == nullptr) return {};
+  return {record->entries, kMostEntries};
+}
 
 std::vector<std::byte> FieldsOf(const FilterParams& params, const EffectFacts& effect) {
   std::vector<std::byte> fields(static_cast<std::size_t>(effect.fields) * sizeof(double));
@@ -161,7 +169,7 @@ private:
       case 10:
         return GetGroup(Group());
       case 11:
-        return bytes_.Below(2) == 0 ? Release(Group()) : ShareEntry();
+        return GiveUpOrShareEntry();
       case 12:
         return ApplyGroup(Group());
       case 13:
@@ -172,6 +180,17 @@ private:
         const int number = bytes_.Byte() % 32;
         return FailAllocation(number, bytes_.Byte() % 4);
       }
+    }
+  }
+
+  void GiveUpOrShareEntry() {
+    switch (bytes_.Below(4)) {
+      case 0:
+        return Release(Group());
+      case 2:
+        return TakeNameAway(Group());
+      default:
+        return ShareEntry();
     }
   }
 
@@ -259,8 +278,33 @@ private:
   }
 
   static void Release(GroupSlot& slot) {
+    ReleaseUnused(slot.record);
     Ask([&] { ReleaseFilterGroupParam(slot.record); });
     slot = {};
+  }
+
+  /** Entries beyond the count are nobody's but the host's. */
+  static void ReleaseUnused(FilterGroupParam* record) {
+    if (record == nullptr) return;
+    const std::span<FilterGroupEntry> entries = AllEntries(record);
+    for (auto k = static_cast<std::size_t>(record->count); k < entries.size(); ++k) {
+      FilterGroupEntry& entry = entries[k];
+      Ask([&] {
+        ReleaseParamBuffer(entry.params);
+        delete[] entry.name;
+      });
+      entry.params = nullptr;
+      entry.name = nullptr;
+    }
+  }
+
+  /** The record's next call may be another group's, which takes its entries over. */
+  static void TakeNameAway(GroupSlot& slot) {
+    if (slot.record == nullptr) return;
+    Ask([&] { delete[] slot.record->name; });
+    slot.record->name = nullptr;
+    slot.complete = false;
+    slot.mixed = true;
   }
 
   void SetField(const ParamSlot& slot) {
@@ -347,6 +391,9 @@ private:
       return;
     }
     FilterGroupParam* const before = slot.record;
+    const bool nameless = before != nullptr && before->name == nullptr;
+    const bool replaced = before != nullptr && name != nullptr && !nameless && std::strcmp(before->name, name) != 0;
+    if (replaced) ReleaseUnused(before);
     const bool done = Ask([&] { GetFilterGroupParam(name, time, &slot.record); });
     if (name == nullptr) {
       Require(done ? slot.record != before : slot.record == before, "without a name there is a new record");
@@ -359,8 +406,13 @@ private:
       return;
     }
     const bool sameGroup = slot.complete && slot.name == name;
-    Require(!sameGroup || (done && slot.record == before), "a record of the same group is reused");
-    if (!sameGroup) slot.stamp = 0;
+    // Objects of several groups may not be what an entry's name asks for, and are then made again.
+    Require(!sameGroup || done || slot.mixed, "updating allocates nothing");
+    Require(!(sameGroup || nameless) || slot.record == before, "a record of the same group, or of none, is reused");
+    if (before == nullptr || replaced) {
+      slot.stamps = {};
+      slot.mixed = false;
+    }
     slot.complete = done;
     slot.name = name;
     if (done) CheckRecord(slot);
@@ -375,33 +427,41 @@ private:
     for (std::size_t k = 0; k < count; ++k) {
       const FilterGroupEntry& entry = record.entries[k];
       const char* const part = group->parts[k];
+      Require(entry.reserved == slot.stamps[k] && entry.extraValue == slot.stamps[k], "fields of the host are left alone");
+      Require(part == nullptr || (entry.name != nullptr && entry.params != nullptr), "an effect has a name and an object");
+      if (slot.mixed) {
+        Require(FactsOf(entry.name == nullptr ? "Swirl" : entry.name) != nullptr, "an entry has the name of an effect");
+        continue;
+      }
       Require((entry.name == nullptr) == (part == nullptr), "an entry has a name if it has an effect");
       Require((entry.params == nullptr) == (part == nullptr), "an entry has an object if it has an effect");
       Require(entry.size == (part == nullptr ? 0 : FactsOf(part)->size), "an entry says the size of its object");
       Require(part == nullptr || std::strcmp(entry.name, part) == 0, "an entry has the name of its effect");
-      Require(entry.reserved == slot.stamp && entry.extraValue == slot.stamp, "fields of the host are left alone");
     }
   }
 
   void Stamp(GroupSlot& slot) {
     if (!slot.complete) return;
-    slot.stamp = bytes_.Byte();
-    for (int k = 0; k < slot.record->count; ++k)
-      slot.record->entries[k].reserved = slot.record->entries[k].extraValue = slot.stamp;
+    const std::int64_t stamp = bytes_.Byte();
+    for (std::size_t k = 0; k < static_cast<std::size_t>(slot.record->count); ++k) {
+      slot.stamps[k] = stamp;
+      slot.record->entries[k].reserved = slot.record->entries[k].extraValue = stamp;
+    }
   }
 
   /** Hosts may hold on to an entry's object. */
   void ShareEntry() {
     const GroupSlot& from = Group();
     ParamSlot& to = Slot();
-    if (from.record == nullptr || from.record->count == 0) return;
+    if (from.record == nullptr || from.record->count == 0 || from.mixed) return;
     const auto count = static_cast<std::size_t>(from.record->count);
     const FilterGroupEntry& entry = from.record->entries[bytes_.Below(count)];
     if (entry.params != nullptr) Reference({entry.params, entry.size, FactsOf(entry.name)}, to);
   }
 
   void ApplyGroup(const GroupSlot& slot) {
-    if (slot.record == nullptr) return;
+    // Effects take objects of their own class only.
+    if (slot.record == nullptr || slot.mixed) return;
     const PictureShape shape = Shape();
     Picture one(shape, bytes_.Byte());
     Picture other(shape, 1);
@@ -442,10 +502,8 @@ private:
   int HoldersOf(const FilterParams* params) const {
     int holders = 0;
     for (const ParamSlot& slot : params_) holders += slot.params == params ? 1 : 0;
-    for (const GroupSlot& slot : groups_) {
-      if (slot.record == nullptr) continue;
-      for (int k = 0; k < slot.record->count; ++k) holders += slot.record->entries[k].params == params ? 1 : 0;
-    }
+    for (const GroupSlot& slot : groups_)
+      for (const FilterGroupEntry& entry : AllEntries(slot.record)) holders += entry.params == params ? 1 : 0;
     return holders;
   }
 
@@ -460,10 +518,13 @@ private:
     for (const ParamSlot& slot : params_)
       if (slot.params != nullptr) CheckObject(*slot.params, *slot.effect);
     for (const GroupSlot& slot : groups_) {
-      if (slot.record == nullptr) continue;
-      for (int k = 0; k < slot.record->count; ++k) {
-        const FilterGroupEntry& entry = slot.record->entries[k];
-        if (entry.params != nullptr) CheckObject(*entry.params, *FactsOf(entry.name));
+      for (const FilterGroupEntry& entry : AllEntries(slot.record)) {
+        if (entry.params == nullptr) continue;
+        if (slot.mixed) {
+          Require(entry.params->refCount == HoldersOf(entry.params), "an object counts its holders");
+        } else {
+          CheckObject(*entry.params, *FactsOf(entry.name));
+        }
       }
     }
   }
