@@ -430,7 +430,7 @@ private:
       Require(entry.reserved == slot.stamps[k] && entry.extraValue == slot.stamps[k], "fields of the host are left alone");
       Require(part == nullptr || (entry.name != nullptr && entry.params != nullptr), "an effect has a name and an object");
       if (slot.mixed) {
-        Require(FactsOf(entry.name == nullptr ? "Swirl" : entry.name) != nullptr, "an entry has the name of an effect");
+        Require(entry.name == nullptr || FactsOf(entry.name) != nullptr, "a name is an effect's");
         continue;
       }
       Require((entry.name == nullptr) == (part == nullptr), "an entry has a name if it has an effect");
