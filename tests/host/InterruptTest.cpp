@@ -1,9 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -31,11 +34,13 @@ protected:
     return Process(launch);
   }
 
+  /** The name of the unfinished file of a running process. */
+  static std::string Part(const Process& norix) { return ".out.mp4." + std::to_string(norix.Id()) + ".part"; }
+
   void ExpectOrderlyEnd(int signal) const {
     Process norix = Begin();
     ASSERT_TRUE(norix.WaitForErr("frames"));
-    const std::string part = ".out.mp4." + std::to_string(norix.Id()) + ".part";
-    EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", part}));
+    EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", Part(norix)}));
     const auto sent = std::chrono::steady_clock::now();
     norix.Send(signal);
     const Ending ending = norix.Wait();
@@ -89,6 +94,9 @@ TEST_F(InterruptTest, WhileLookingForTheFirstFrame) {
 TEST_F(InterruptTest, AtAnyMoment) {
   // Short, so that some end before the signal comes.
   MakeSilentClip("short.mp4", 64, 48, 25);
+  const std::set<std::string> own = {"clip.mkv", "out.mp4", "short.mp4"};
+  // Unfinished files of killed runs stay until a later run begins its own, to which not every interrupted one comes.
+  std::set<std::string> known = own;
   std::mt19937 random(1);
   for (int i = 0; i < 30; ++i) {
     const bool kill = i % 3 == 2;
@@ -98,6 +106,7 @@ TEST_F(InterruptTest, AtAnyMoment) {
     SetContent(In("out.mp4"), "precious");
     Process norix(
         NorixLaunch({"render", In("short.mp4"), In("out.mp4"), "-y", "--effect", "Swirl", "--option", "preset=slow"}));
+    if (kill) known.insert(Part(norix));
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     norix.Send(signal);
     if (i % 5 == 4) norix.Send(SIGTERM);
@@ -105,18 +114,35 @@ TEST_F(InterruptTest, AtAnyMoment) {
     ASSERT_FALSE(ending.late);
     if (ending.code >= 0) {
       EXPECT_THAT(ending.code, testing::AnyOf(0, 130)) << ending.err;
-      EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", "short.mp4"}));
     } else {  // which before signals are caught may be any of them
       EXPECT_THAT(ending.signal, testing::AnyOf(signal, SIGTERM));
+    }
+    const std::set<std::string> names = Names();
+    EXPECT_TRUE(std::includes(names.begin(), names.end(), own.begin(), own.end())) << testing::PrintToString(names);
+    EXPECT_TRUE(std::includes(known.begin(), known.end(), names.begin(), names.end())) << testing::PrintToString(names);
+    if (ending.code == 0) {
+      EXPECT_EQ(names, own);
     }
     if (ending.code != 0 && Content(In("out.mp4")) == "precious") continue;
     EXPECT_NE(ending.code, 130);
     EXPECT_EQ(FrameTimes(In("out.mp4")).size(), 25U);
     EXPECT_EQ(PlayErrors(In("out.mp4")), "");
   }
-  // What killed runs have left goes with the next.
   ExpectDone(Norix({"render", In("short.mp4"), In("out.mp4"), "-y", "--effect", "Swirl"}));
-  EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", "short.mp4"}));
+  EXPECT_EQ(Names(), own);
+}
+
+TEST_F(InterruptTest, WhatAKilledRunLeftGoesWithTheNext) {
+  Process norix = Begin();
+  ASSERT_TRUE(norix.WaitForErr("frames"));
+  const std::string part = Part(norix);
+  norix.Send(SIGKILL);
+  EXPECT_EQ(norix.Wait().signal, SIGKILL);
+  EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4", part}));
+  EXPECT_EQ(Content(In("out.mp4")), "precious");
+  ExpectDone(Norix({"render", In("clip.mkv"), In("out.mp4"), "-y", "--effect", "Swirl", "--frames", "3"}));
+  EXPECT_EQ(Names(), (std::set<std::string>{"clip.mkv", "out.mp4"}));
+  EXPECT_EQ(FrameTimes(In("out.mp4")).size(), 3U);
 }
 
 TEST_F(InterruptTest, GalleryLeavesNothing) {
