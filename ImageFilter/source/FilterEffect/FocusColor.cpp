@@ -59,7 +59,8 @@ struct FocusSetup {
         centerY(TruncateToInt(planeHeight * params.centerY)),
         width(planeWidth),
         hasGray(g_table_r[255] != 0) {
-    const auto halfDiagonal = static_cast<double>(RoughLength(planeWidth, planeHeight) / 2);
+    const std::int64_t wholeHalf = RoughLength(planeWidth, planeHeight) / 2;
+    const auto halfDiagonal = static_cast<double>(wholeHalf);
     radius = TruncateToInt(params.radius * halfDiagonal);
     feather = TruncateToInt(featherShare * halfDiagonal);
     const auto tame = [](std::int64_t value) { return value >= -65536 && value <= 65536; };

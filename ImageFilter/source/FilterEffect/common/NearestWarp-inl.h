@@ -68,13 +68,13 @@ struct WarpColumns {
   static constexpr int kStep = kDirection;
   static constexpr int kMostRuns = 6;
 
-  int first;
-  int count;
   // The longer of two mirrored sides takes the shorter one along, beyond its columns, where nothing comes of them.
   HWY_ALIGN double u[kWarpRoom] = {};
   HWY_ALIGN std::int32_t column[kWarpRoom] = {};  // the sampled one outside the circle
   HWY_ALIGN std::int32_t base[kWarpRoom] = {};    // what u lies beyond it, in units; plus the margin
-  int runs;                                       // of sampled columns side by side; 0: too many to tell apart
+  int first;
+  int count;
+  int runs;  // of sampled columns side by side; 0: too many to tell apart
   int runEnd[kMostRuns];
   // Inside the circle in the present row.
   int begin;
